@@ -1,0 +1,91 @@
+#include "base/debug_log.h"
+
+#include "base/home_folder.h"
+
+#include <cstdio>
+#include <ctime>
+#include <fcntl.h>
+#include <string>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+struct State {
+    explicit State(DebugLog::Surroundings s)
+        : surroundings(std::move(s)), url(surroundings.home / "Music/Murmelo/debug.log") {}
+    DebugLog::Surroundings surroundings;
+    std::filesystem::path url;
+};
+
+State& state() {
+    static State instance(DebugLog::systemSurroundings());
+    return instance;
+}
+
+std::string timestamp(std::chrono::system_clock::time_point now) {
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+    std::tm utc{};
+    gmtime_r(&seconds, &utc);
+    char text[64];
+    const int length =
+        std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d +0000", utc.tm_year + 1900,
+                      utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);
+    return {text, static_cast<std::size_t>(length)};
+}
+
+/// One write where the system allows it: lines of several threads then interleave whole.
+void writeAll(int fd, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = ::write(fd, text.data(), text.size());
+        if (written <= 0) return;
+        text.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+bool append(const std::filesystem::path& file, std::string_view line) {
+    const int fd = ::open(file.c_str(), O_WRONLY | O_CLOEXEC);
+    if (fd < 0) return false;
+    ::lseek(fd, 0, SEEK_END);
+    writeAll(fd, line);
+    ::close(fd);
+    return true;
+}
+
+void create(const std::filesystem::path& file, std::string_view line) {
+    std::error_code ignored;
+    std::filesystem::create_directories(file.parent_path(), ignored);
+    const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (fd < 0) return;
+    writeAll(fd, line);
+    ::close(fd);
+}
+
+} // namespace
+
+void DebugLog::log(std::string_view message) noexcept {
+    try {
+        const State& s = state();
+        const std::string line = timestamp(s.surroundings.now()) + " " + std::string(message) + "\n";
+        if (!append(s.url, line)) create(s.url, line);
+        s.surroundings.console(message);
+    } catch (...) { // out of memory: a log line is not worth a recording
+        return;
+    }
+}
+
+const std::filesystem::path& DebugLog::url() {
+    return state().url;
+}
+
+DebugLog::Surroundings DebugLog::replaceSurroundings(Surroundings next) {
+    State& s = state();
+    Surroundings previous = std::move(s.surroundings);
+    s = State(std::move(next));
+    return previous;
+}
+
+DebugLog::Surroundings DebugLog::systemSurroundings() {
+    return {homeFolder(), [] { return std::chrono::system_clock::now(); },
+            [](std::string_view message) { writeAll(STDERR_FILENO, std::string(message) + "\n"); }};
+}

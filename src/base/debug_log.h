@@ -1,0 +1,32 @@
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <string_view>
+
+/// The process-wide diagnostic log: an append-only text file and an echo on the console.
+///
+/// One entry is one line, "2026-11-15 21:39:18 +0000 message". Nothing is kept open between calls, so the
+/// user may delete the file at any time. Failures are never reported: a program that records must not stop
+/// because its log cannot be written.
+class DebugLog {
+  public:
+    /// Writes the message to the file and then, without the time, to the console. Any thread; never throws.
+    static void log(std::string_view message) noexcept;
+
+    /// <home>/Music/Murmelo/debug.log, computed once.
+    static const std::filesystem::path& url();
+
+    /// What the log takes from its surroundings. Replaced by tests and, for the console, by a program that
+    /// draws on the terminal; only while no other thread logs.
+    struct Surroundings {
+        std::filesystem::path home;
+        std::function<std::chrono::system_clock::time_point()> now;
+        /// Receives the bare message. The default writes it with a line feed to standard error in one write.
+        std::function<void(std::string_view message)> console;
+    };
+    /// Returns what was in place before.
+    static Surroundings replaceSurroundings(Surroundings next);
+    static Surroundings systemSurroundings();
+};

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+using Task = std::function<void()>;
+
+/// Something that runs tasks later.
+class Executor {
+  public:
+    virtual ~Executor() = default;
+    /// Any thread. The task must not throw.
+    virtual void async(Task task) = 0;
+};
+
+/// Runs tasks one after the other, in the order in which they came.
+class SerialQueue : public Executor {
+  public:
+    /// Time since an arbitrary beginning; monotonic.
+    using Time = std::chrono::nanoseconds;
+
+    /// Runs the task once the delay has passed, after what was queued by then.
+    virtual void asyncAfter(Time delay, Task task) = 0;
+    /// Runs the task after everything queued so far and returns when it has ended. Never from a task of this
+    /// queue.
+    virtual void sync(const Task& task) = 0;
+    virtual Time now() const = 0;
+
+    /// A source feeds the queue from a thread that may neither allocate nor lock: `drain` runs on the queue
+    /// after each signal (several signals may share one run). A queue has at most one source.
+    /// Call attachSource before the first signal.
+    virtual void attachSource(Task drain) = 0;
+    /// After it returns `drain` neither runs nor will run; signals are ignored. Never from a task of this
+    /// queue.
+    virtual void detachSource() = 0;
+    /// Real-time safe: one semaphore post.
+    virtual void signalSource() noexcept = 0;
+};

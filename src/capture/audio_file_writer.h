@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <span>
+
+/// Samples in memory: 32-bit float, one array per channel.
+struct AudioFormat {
+    double sampleRate; ///< hertz
+    std::uint32_t channels;
+
+    bool operator==(const AudioFormat&) const = default;
+};
+
+/// An MPEG-4 file with AAC audio.
+struct AudioFileSettings {
+    double sampleRate = 48000.0; ///< hertz
+    std::uint32_t channels = 2;
+    std::uint32_t bitRate = 128000; ///< bits per second over all channels
+};
+
+/// Port: a file that is being recorded. Used by one thread at a time. Destruction closes the file properly.
+class AudioFileWriter {
+  public:
+    virtual ~AudioFileWriter() = default;
+    /// What write takes.
+    virtual AudioFormat processingFormat() const = 0;
+    /// Appends frames; both channels have the same length. Samples that are not finite become silence. Throws
+    /// Error when they could not be written; the file then ends with what came before.
+    virtual void write(std::span<const float> left, std::span<const float> right) = 0;
+};
+
+class AudioFileWriterFactory {
+  public:
+    virtual ~AudioFileWriterFactory() = default;
+    /// Creates a file that must not exist yet. Throws Error.
+    virtual std::unique_ptr<AudioFileWriter> create(const std::filesystem::path& file,
+                                                    const AudioFileSettings& settings) = 0;
+};

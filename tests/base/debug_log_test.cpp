@@ -1,0 +1,94 @@
+#include "base/debug_log.h"
+
+#include "support/log_capture.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <thread>
+#include <vector>
+
+namespace {
+
+const std::string stamp = "2026-11-15 21:39:18 +0000 ";
+
+TEST(DebugLog, FirstCallCreatesTheFolderChainAndAFileOfExactlyOneLine) {
+    LogCapture capture;
+    DebugLog::log("[app] hello");
+    EXPECT_EQ(DebugLog::url(), capture.home() / "Music/Murmelo/debug.log");
+    EXPECT_EQ(contentOf(DebugLog::url()), stamp + "[app] hello\n");
+}
+
+TEST(DebugLog, SecondCallAppendsAndRewritesNothing) {
+    LogCapture capture;
+    DebugLog::log("one");
+    capture.time += std::chrono::seconds(42);
+    DebugLog::log("two");
+    EXPECT_EQ(contentOf(DebugLog::url()), stamp + "one\n2026-11-15 21:40:00 +0000 two\n");
+}
+
+TEST(DebugLog, EmptyMessageYieldsTimeSpaceAndLineFeed) {
+    LogCapture capture;
+    DebugLog::log("");
+    EXPECT_EQ(contentOf(DebugLog::url()), stamp + "\n");
+}
+
+TEST(DebugLog, LineFeedInAMessageIsWrittenAsItIs) {
+    LogCapture capture;
+    DebugLog::log("a\nb");
+    EXPECT_EQ(contentOf(DebugLog::url()), stamp + "a\nb\n");
+    EXPECT_EQ(capture.messages(), std::vector<std::string>{"a\nb"});
+}
+
+TEST(DebugLog, DeletedFileIsRecreatedWithTheNextLineOnly) {
+    LogCapture capture;
+    DebugLog::log("one");
+    std::filesystem::remove_all(capture.home() / "Music");
+    DebugLog::log("two");
+    EXPECT_EQ(contentOf(DebugLog::url()), stamp + "two\n");
+}
+
+TEST(DebugLog, ConsoleNeverCarriesTheTime) {
+    LogCapture capture;
+    DebugLog::log("created");
+    DebugLog::log("appended");
+    EXPECT_EQ(capture.messages(), (std::vector<std::string>{"created", "appended"}));
+}
+
+TEST(DebugLog, AnythingThatCannotBeOpenedTakesTheCreatePathAndStillEchoes) {
+    LogCapture capture;
+    std::filesystem::create_directories(DebugLog::url()); // a folder where the file should be
+    DebugLog::log("lost");
+    EXPECT_EQ(capture.messages(), std::vector<std::string>{"lost"});
+    EXPECT_TRUE(std::filesystem::is_empty(DebugLog::url()));
+}
+
+TEST(DebugLog, UnwritableHomeLosesTheLineButNotTheEcho) {
+    LogCapture capture;
+    writeFile(capture.home() / "Music", "a file where the folder should be");
+    DebugLog::log("lost");
+    EXPECT_EQ(capture.messages(), std::vector<std::string>{"lost"});
+}
+
+TEST(DebugLog, FormatCharactersAreJustText) {
+    testing::internal::CaptureStderr();
+    DebugLog::systemSurroundings().console("100%s %n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "100%s %n\n");
+}
+
+TEST(DebugLog, LinesOfSeveralThreadsStayWhole) {
+    LogCapture capture;
+    DebugLog::log("first");
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([] {
+            for (int k = 0; k < 50; ++k) DebugLog::log("[rec] a line");
+        });
+    for (std::thread& thread : threads) thread.join();
+    std::istringstream lines(contentOf(DebugLog::url()));
+    std::string line;
+    std::getline(lines, line);
+    while (std::getline(lines, line)) EXPECT_EQ(line, stamp + "[rec] a line");
+}
+
+} // namespace
