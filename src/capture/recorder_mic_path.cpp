@@ -1,0 +1,37 @@
+#include "capture/mixdown.h"
+#include "capture/recorder.h"
+
+#include "base/debug_log.h"
+
+#include <algorithm>
+#include <utility>
+
+void Recorder::captureOutput(const MicBuffer& buffer) {
+    if (++m_counters->micCallbacks == 1) {
+        DebugLog::log("[rec] first MIC callback");
+        if (!std::exchange(m_firstAudioSent, true) && onFirstAudio) onFirstAudio();
+    }
+    if (buffer.samples == nullptr || buffer.sampleCount < 1) return;
+    const auto count = static_cast<std::size_t>(buffer.sampleCount);
+    if (buffer.byteCount / sizeof(float) < count) return;
+
+    std::vector<float> mic(buffer.samples, buffer.samples + count);
+    std::vector<float> mixLeft(count);
+    std::vector<float> mixRight(count);
+    m_sysFifo.take(mixLeft, mixRight); // missing system audio is silence: the microphone never waits
+    mixDown(mic, mixLeft, mixLeft);
+    mixDown(mic, mixRight, mixRight);
+
+    if (onLevels) onLevels(audioLevel(mic), m_lastSysLevel);
+    m_lastSysLevel = m_lastSysLevel * 0.9F; // falls to zero when system audio stops arriving
+    writeVoiceAndMix(std::move(mic), std::move(mixLeft), std::move(mixRight));
+}
+
+void Recorder::writeVoiceAndMix(std::vector<float> mic, std::vector<float> mixLeft,
+                                std::vector<float> mixRight) {
+    m_writerQueue->async(
+        [this, mic = std::move(mic), left = std::move(mixLeft), right = std::move(mixRight)] {
+            write(m_voiceFile, m_voiceFormat, mic, mic);
+            write(m_mixFile, m_mixFormat, left, right);
+        });
+}

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "base/error.h"
+#include "capture/audio_file_writer.h"
+#include "support/call_journal.h"
+
+#include <cerrno>
+#include <map>
+#include <string>
+#include <vector>
+
+/// Files in memory, by name. Creation, writing and closing can be made to fail.
+class FakeAudioFiles final : public AudioFileWriterFactory {
+  public:
+    explicit FakeAudioFiles(CallJournal& journal) : m_journal(journal) {}
+
+    struct File {
+        std::filesystem::path path;
+        AudioFileSettings settings;
+        std::vector<float> left, right;
+        bool open = true;
+    };
+
+    std::unique_ptr<AudioFileWriter> create(const std::filesystem::path& path,
+                                            const AudioFileSettings& settings) override {
+        const std::string name = path.filename();
+        m_journal.note("create " + name);
+        if (name == failingName) throw Error::posix(ENOSPC);
+        files[name] = {path, settings, {}, {}, true};
+        return std::make_unique<Writer>(*this, name);
+    }
+
+    std::string failingName; ///< creating this file fails
+    bool failWrites = false;
+    std::uint32_t channels = 2; ///< of the processing format
+    std::map<std::string, File> files;
+
+  private:
+    class Writer final : public AudioFileWriter {
+      public:
+        Writer(FakeAudioFiles& files, std::string name) : m_files(files), m_name(std::move(name)) {}
+        ~Writer() override {
+            m_files.m_journal.note("close " + m_name);
+            m_files.files[m_name].open = false;
+        }
+        Writer(const Writer&) = delete;
+        Writer& operator=(const Writer&) = delete;
+        AudioFormat processingFormat() const override { return {48000.0, m_files.channels}; }
+        void write(std::span<const float> left, std::span<const float> right) override {
+            if (m_files.failWrites) throw Error::posix(EIO);
+            File& file = m_files.files[m_name];
+            file.left.insert(file.left.end(), left.begin(), left.end());
+            file.right.insert(file.right.end(), right.begin(), right.end());
+        }
+
+      private:
+        FakeAudioFiles& m_files;
+        std::string m_name;
+    };
+
+    CallJournal& m_journal;
+};
