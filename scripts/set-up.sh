@@ -1,0 +1,62 @@
+# Sourced by ./run and ./test: installs packages and builds. Needs bash.
+
+setup_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+say() { printf '\033[1m%s\033[0m\n' "$*" >&2; }
+die() { printf '%s\n' "$*" >&2; exit 1; }
+
+# packages_of SECTION...: their names
+packages_of() {
+  awk -v wanted=" $* " '
+    /^\[/ { section = substr($0, 2, length($0) - 2); next }
+    /^#/ || NF == 0 { next }
+    index(wanted, " " section " ") { print $1 }' "$setup_root/scripts/packages.txt"
+}
+
+missing_packages() {
+  local name
+  for name in $(packages_of "$@"); do
+    [[ $(dpkg-query -W -f='${db:Status-Status}' "$name" 2> /dev/null) = installed ]] || echo "$name"
+  done
+}
+
+# install_packages SECTION...: nothing to do, no network and no rights needed when all are there
+install_packages() {
+  local distribution='' version='' missing sudo=()
+  if [[ -r /etc/os-release ]]; then
+    distribution=$(. /etc/os-release && echo "${ID:-}")
+    version=$(. /etc/os-release && echo "${VERSION_ID:-}")
+  fi
+  if [[ $distribution != debian || $version != 12 ]] || ! command -v dpkg-query > /dev/null; then
+    say "This is not Debian 12: nothing is installed. Murmelo needs what these Debian packages hold:"
+    packages_of "$@" | xargs >&2
+    return
+  fi
+  missing=$(missing_packages "$@")
+  [[ $missing ]] || return 0
+  if ((EUID != 0)); then
+    command -v sudo > /dev/null || die "These packages are missing and there is no sudo to install them: $(xargs <<< "$missing")"
+    sudo=(sudo)
+  fi
+  say "Installing $(wc -l <<< "$missing") packages"
+  local log
+  log=$(mktemp)
+  if ! { "${sudo[@]}" apt-get update && xargs "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -y --no-install-recommends <<< "$missing"; } > "$log" 2>&1 < /dev/null; then
+    tail -n 15 "$log" >&2
+    rm -f "$log"
+    die "The packages could not be installed: $(xargs <<< "$missing")"
+  fi
+  rm -f "$log"
+}
+
+# build PRESET: into build/PRESET
+build() {
+  local log=$setup_root/build/$1.log
+  mkdir -p "$setup_root/build"
+  say "Building ($1)"
+  if ! { (cd "$setup_root" && cmake --preset "$1" && cmake --build --preset "$1" --parallel "$(nproc)"); } > "$log" 2>&1; then
+    grep -E -m 20 'error:|Error|FAILED' "$log" >&2 || tail -n 30 "$log" >&2
+    die "The build failed; the whole log is in build/$1.log."
+  fi
+}
