@@ -3,6 +3,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 
 namespace {
 
@@ -34,4 +35,12 @@ std::string fixedDecimal(double value, int digits) {
     const auto end =
         std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::fixed, digits);
     return {buffer.data(), end.ptr};
+}
+
+std::string minutesAndSeconds(double seconds) {
+    const auto whole = static_cast<std::int64_t>(seconds);
+    const auto twoDigits = [](std::int64_t number) {
+        return (number < 10 ? "0" : "") + std::to_string(number);
+    };
+    return twoDigits(whole / 60) + ":" + twoDigits(whole % 60);
 }

@@ -45,4 +45,12 @@ TEST(NumberText, DecimalCommaOfTheLocaleIsIgnored) {
     std::setlocale(LC_NUMERIC, "C");
 }
 
+TEST(MinutesAndSeconds, AreTruncatedAndNeverFoldedIntoHours) {
+    EXPECT_EQ(minutesAndSeconds(0), "00:00");
+    EXPECT_EQ(minutesAndSeconds(59.99), "00:59");
+    EXPECT_EQ(minutesAndSeconds(60), "01:00");
+    EXPECT_EQ(minutesAndSeconds(3725.9), "62:05");
+    EXPECT_EQ(minutesAndSeconds(7200), "120:00");
+}
+
 } // namespace

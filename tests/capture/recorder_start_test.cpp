@@ -1,6 +1,6 @@
 #include "capture/recorder_fixture.h"
 
-#include <regex>
+#include <gmock/gmock.h>
 
 namespace {
 
@@ -34,10 +34,8 @@ TEST_F(RecorderStart, DescribesTapAndDeviceAsPrivateAndAudible) {
     EXPECT_TRUE(device.isPrivate);
     EXPECT_TRUE(device.tapAutoStart);
     EXPECT_EQ(device.tapUUIDs, Lines{tap.uuid});
-    EXPECT_TRUE(
-        std::regex_match(device.uid, std::regex("org\\.murmelo\\.Murmelo\\.sys\\.[0-9A-F]{8}-[0-9A-F]{4}-"
-                                                "4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}")))
-        << device.uid;
+    EXPECT_THAT(device.uid, testing::MatchesRegex("org\\.murmelo\\.Murmelo\\.sys\\.[0-9A-F]{8}-[0-9A-F]{4}-"
+                                                  "4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}"));
 }
 
 TEST_F(RecorderStart, EachRecordingHasADeviceOfItsOwn) {
