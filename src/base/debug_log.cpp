@@ -5,21 +5,27 @@
 #include <cstdio>
 #include <ctime>
 #include <fcntl.h>
+#include <mutex>
+#include <shared_mutex>
 #include <string>
 #include <unistd.h>
 #include <utility>
 
 namespace {
 
+std::filesystem::path logFile(const std::filesystem::path& home) {
+    return home / "Music/Murmelo/debug.log";
+}
+
 struct State {
-    explicit State(DebugLog::Surroundings s)
-        : surroundings(std::move(s)), url(surroundings.home / "Music/Murmelo/debug.log") {}
-    DebugLog::Surroundings surroundings;
-    std::filesystem::path url;
+    /// Calls share it: they write side by side. Replacing the surroundings waits for calls in flight.
+    std::shared_mutex inUse;
+    DebugLog::Surroundings surroundings = DebugLog::systemSurroundings();
+    std::filesystem::path url = logFile(surroundings.home);
 };
 
 State& state() {
-    static State instance(DebugLog::systemSurroundings());
+    static State instance;
     return instance;
 }
 
@@ -65,7 +71,8 @@ void create(const std::filesystem::path& file, std::string_view line) {
 
 void DebugLog::log(std::string_view message) noexcept {
     try {
-        const State& s = state();
+        State& s = state();
+        const std::shared_lock lock(s.inUse);
         const std::string line = timestamp(s.surroundings.now()) + " " + std::string(message) + "\n";
         if (!append(s.url, line)) create(s.url, line);
         s.surroundings.console(message);
@@ -74,15 +81,16 @@ void DebugLog::log(std::string_view message) noexcept {
     }
 }
 
-const std::filesystem::path& DebugLog::url() {
+std::filesystem::path DebugLog::url() {
+    const std::shared_lock lock(state().inUse);
     return state().url;
 }
 
 DebugLog::Surroundings DebugLog::replaceSurroundings(Surroundings next) {
     State& s = state();
-    Surroundings previous = std::move(s.surroundings);
-    s = State(std::move(next));
-    return previous;
+    const std::unique_lock lock(s.inUse);
+    s.url = logFile(next.home);
+    return std::exchange(s.surroundings, std::move(next));
 }
 
 DebugLog::Surroundings DebugLog::systemSurroundings() {

@@ -15,18 +15,18 @@ class DebugLog {
     /// Writes the message to the file and then, without the time, to the console. Any thread; never throws.
     static void log(std::string_view message) noexcept;
 
-    /// <home>/Music/Murmelo/debug.log, computed once.
-    static const std::filesystem::path& url();
+    /// <home>/Music/Murmelo/debug.log, computed once for a home.
+    static std::filesystem::path url();
 
     /// What the log takes from its surroundings. Replaced by tests and, for the console, by a program that
-    /// draws on the terminal; only while no other thread logs.
+    /// draws on the terminal.
     struct Surroundings {
         std::filesystem::path home;
         std::function<std::chrono::system_clock::time_point()> now;
         /// Receives the bare message. The default writes it with a line feed to standard error in one write.
         std::function<void(std::string_view message)> console;
     };
-    /// Returns what was in place before.
+    /// Returns what was in place before; no call uses that any more then. Not from `now` or `console`.
     static Surroundings replaceSurroundings(Surroundings next);
     static Surroundings systemSurroundings();
 };
