@@ -2,6 +2,7 @@
 
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// The order in which fakes were called, over all fakes of a test. Any thread.
