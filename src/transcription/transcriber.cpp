@@ -75,7 +75,7 @@ std::filesystem::path Transcriber::transcribeRecording(const std::filesystem::pa
     if (segments.empty()) throw Error("transcriber", 1, "No speech recognized.");
 
     const std::size_t count = segments.size();
-    const std::filesystem::path transcript = folder / transcriptFileName;
+    std::filesystem::path transcript = folder / transcriptFileName;
     replaceFileAtomically(transcript, transcriptText(std::move(segments)));
     DebugLog::log("[ts] wrote " + transcript.filename().string() + " segments=" + std::to_string(count));
     return transcript;

@@ -10,6 +10,7 @@
 #include "transcription/transcriber.h"
 
 #include <algorithm>
+#include <cmath>
 #include <gtest/gtest.h>
 #include <string>
 #include <utility>
@@ -21,7 +22,7 @@ using Lines = std::vector<std::string>;
 class TranscriberTest : public testing::Test {
   protected:
     void addTrack(const std::string& name, double seconds, SpeechScript script = {}) {
-        addFile(name, {static_cast<std::int64_t>(seconds * 48000 + 0.5), 48000});
+        addFile(name, {std::llround(seconds * 48000), 48000});
         m_engine.scripts.push_back(std::move(script));
     }
     void addFile(const std::string& name, AudioFileFacts facts) {

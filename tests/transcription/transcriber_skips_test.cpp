@@ -4,6 +4,7 @@
 
 #include <clocale>
 #include <gtest/gtest.h>
+#include <locale>
 #include <stdexcept>
 #include <unistd.h>
 
@@ -57,11 +58,18 @@ TEST_F(TranscribeRecording, ATrackOneSampleLongerThanHalfASecondIsTranscribed) {
     EXPECT_EQ(text(), "[00:00] You: hm");
 }
 
+struct DecimalComma : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+};
+
 TEST_F(TranscribeRecording, LengthOfASkippedTrackIsLoggedWithAPointInEveryLocale) {
-    if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) GTEST_SKIP() << "de_DE.UTF-8 is not installed";
+    const std::locale previous =
+        std::locale::global(std::locale(std::locale::classic(), new DecimalComma)); // for streams
+    std::setlocale(LC_ALL, "de_DE.UTF-8"); // for printf, if installed
     addTrack("voice.m4a", 0.42);
     failure();
     std::setlocale(LC_ALL, "C");
+    std::locale::global(previous);
     EXPECT_EQ(m_log.messages().back(), "[ts] skipping voice.m4a: 0.42s of audio");
 }
 

@@ -25,7 +25,8 @@ bool isWhiteSpace(unsigned c) {
 TEST(WhiteSpace, OfUnicodeIsTrimmedAtBothEndsAndNothingElseIs) {
     for (unsigned c = 1; c < 0x10000; ++c) {
         const std::string space = utf8(c);
-        const std::string padded = space + space + "word" + space;
+        std::string padded = space + space;
+        padded.append("word").append(space);
         ASSERT_EQ(trimWhiteSpace(padded), isWhiteSpace(c) ? "word" : padded) << std::hex << c;
     }
 }
