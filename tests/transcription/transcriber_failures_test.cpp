@@ -144,6 +144,8 @@ TEST_F(TranscribeRecording, StopDuringATrackStartsNoFurtherTrackAndWritesNothing
     addTrack("system.m4a", 30, hears({{"never", 1}}));
     EXPECT_EQ(failure(), cancelled);
     EXPECT_FALSE(called("open system.m4a"));
+    EXPECT_EQ(m_log.messages().back(),
+              "[ts] voice.m4a failed: Error Domain=engine Code=1 \"Recognition cancelled.\"");
     EXPECT_FALSE(std::filesystem::exists(transcript()));
 }
 
