@@ -2,6 +2,7 @@
 
 #include "base/home_folder.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -55,7 +56,7 @@ std::filesystem::path recordingsFolder() {
     const std::filesystem::path home = homeFolder();
     const char* configHome = std::getenv("XDG_CONFIG_HOME");
     const bool absolute = configHome != nullptr && *configHome == '/';
-    const std::filesystem::path folder =
+    std::filesystem::path folder =
         musicFolder(home, absolute ? std::filesystem::path(configHome) : home / ".config") / "Murmelo";
     std::error_code ignored;
     std::filesystem::create_directories(folder, ignored);

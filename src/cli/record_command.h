@@ -1,0 +1,10 @@
+#pragma once
+
+#include "capture/recorder.h"
+#include "cli/exit_status.h"
+#include "cli/termination_signals.h"
+#include "transcription/transcriber.h"
+
+/// murmelo record [--seconds N] [--mic ID] [--transcribe] [--folder DIR] [--json]
+ExitStatus recordCommand(int argc, char** argv, const AudioDevices& devices, const RecorderServices& services,
+                         Transcriber& transcriber, TerminationSignals& signals);

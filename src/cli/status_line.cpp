@@ -1,0 +1,41 @@
+#include "cli/status_line.h"
+
+#include <cstdio>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+constexpr const char* clearLine = "\r\x1b[K"; // ECMA-48: back to column 1, erase to the end
+
+void write(const std::string& text) {
+    std::fputs(text.c_str(), stderr);
+    std::fflush(stderr);
+}
+
+} // namespace
+
+StatusLine::StatusLine() : m_onTerminal(isatty(STDERR_FILENO) != 0) {
+    if (!m_onTerminal) return;
+    DebugLog::Surroundings log = DebugLog::systemSurroundings();
+    log.console = [this](std::string_view message) { printAbove(message); };
+    m_previousLog = DebugLog::replaceSurroundings(std::move(log));
+}
+
+StatusLine::~StatusLine() {
+    if (!m_onTerminal) return;
+    DebugLog::replaceSurroundings(std::move(m_previousLog));
+    write(clearLine);
+}
+
+void StatusLine::show(const std::string& text) {
+    if (!m_onTerminal) return;
+    const std::lock_guard lock(m_mutex);
+    m_text = text;
+    write(clearLine + m_text);
+}
+
+void StatusLine::printAbove(std::string_view message) {
+    const std::lock_guard lock(m_mutex);
+    write(clearLine + std::string(message) + "\n" + m_text);
+}

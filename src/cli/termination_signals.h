@@ -1,0 +1,21 @@
+#pragma once
+
+#include <chrono>
+#include <csignal>
+
+/// Holds SIGINT, SIGTERM and SIGHUP back, in this thread and in those that it starts later, so that the
+/// program ends when and how it wants to. Make it before any thread.
+class TerminationSignals {
+  public:
+    TerminationSignals();
+    ~TerminationSignals();
+    TerminationSignals(const TerminationSignals&) = delete;
+    TerminationSignals& operator=(const TerminationSignals&) = delete;
+
+    /// Waits for one of them; false when none came in time.
+    bool wait(std::chrono::nanoseconds atMost);
+
+  private:
+    sigset_t m_signals{};
+    sigset_t m_previousMask{};
+};

@@ -1,0 +1,25 @@
+#include "cli/transcribe_command.h"
+
+#include "base/error.h"
+#include "cli/arguments.h"
+#include "cli/json_text.h"
+#include "cli/output.h"
+#include "cli/transcription_job.h"
+
+ExitStatus transcribeCommand(int argc, char** argv, Transcriber& transcriber, TerminationSignals& signals) {
+    const Arguments arguments(argc, argv, {{"json", Arguments::Value::none}});
+    if (!arguments.fault().empty()) return reportUsage(arguments.fault());
+    if (arguments.operands().size() != 1) return reportUsage("Which recording? Name its folder.");
+
+    const std::filesystem::path folder = std::filesystem::absolute(arguments.operands().front());
+    std::error_code ignored;
+    if (!std::filesystem::is_directory(folder, ignored))
+        return reportFailure("There is no folder “" + folder.string() + "”.");
+    try {
+        const std::filesystem::path transcript = transcribeOnTerminal(transcriber, signals, folder);
+        return printResult(arguments.has("json") ? jsonText({{"transcript", transcript.string()}}) + "\n"
+                                                 : transcript.string() + "\n");
+    } catch (const Error& error) {
+        return reportFailure("Transcription failed: " + error.localizedDescription());
+    }
+}

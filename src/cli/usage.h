@@ -1,0 +1,23 @@
+#pragma once
+
+/// What “murmelo --help” prints.
+inline constexpr const char* usageText =
+    R"(Murmelo records what you hear and what you say, and writes it down. Nothing leaves this computer.
+
+Usage:
+  murmelo record [--seconds N] [--mic ID] [--folder DIR] [--transcribe] [--json]
+      Records until Ctrl+C, or for N seconds, into voice.m4a (your microphone), system.m4a (everything the
+      computer plays) and mix.m4a (both), and prints their paths.
+        --seconds N    stop by itself after N seconds
+        --mic ID       record this microphone (see “murmelo mics”) instead of the automatic choice
+        --folder DIR   record into DIR instead of a new folder below your music folder
+        --transcribe   write transcript.txt beside the files and print its path too
+  murmelo transcribe FOLDER [--json]
+      Writes transcript.txt for the recording in FOLDER and prints its path.
+  murmelo mics [--json]
+      Lists the microphones; the automatic choice is marked with *.
+  murmelo --help, murmelo --version
+
+--json prints the result for scripts. Exit status: 0 done, 1 failed (the reason is the last line on standard
+error), 2 wrong usage.
+)";
