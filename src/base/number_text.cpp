@@ -2,8 +2,9 @@
 
 #include <array>
 #include <charconv>
+#include <cinttypes>
 #include <cmath>
-#include <cstdint>
+#include <cstdio>
 
 namespace {
 
@@ -39,8 +40,7 @@ std::string fixedDecimal(double value, int digits) {
 
 std::string minutesAndSeconds(double seconds) {
     const auto whole = static_cast<std::int64_t>(seconds);
-    const auto twoDigits = [](std::int64_t number) {
-        return (number < 10 ? "0" : "") + std::to_string(number);
-    };
-    return twoDigits(whole / 60) + ":" + twoDigits(whole % 60);
+    std::array<char, 48> text{};
+    std::snprintf(text.data(), text.size(), "%02" PRId64 ":%02" PRId64, whole / 60, whole % 60);
+    return text.data();
 }
