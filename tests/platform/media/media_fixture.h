@@ -7,9 +7,11 @@
 #include "support/temporary_folder.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <memory>
 #include <span>
+#include <string>
 #include <vector>
 
 /// Writes audio files into a temporary folder; log lines stay with the test.
@@ -30,6 +32,16 @@ class MediaTest : public testing::Test {
         }
         return file;
     }
+
+    /// A file made by the ffmpeg program.
+    std::filesystem::path foreign(const std::string& name, const std::string& arguments) {
+        const auto file = folder / name;
+        const std::string command =
+            "ffmpeg -v error -y " + arguments + " '" + file.string() + "' > /dev/null 2>&1";
+        [[maybe_unused]] const int status = std::system(command.c_str());
+        return file;
+    }
+    static bool ffmpegIsMissing() { return std::system("ffmpeg -version > /dev/null 2>&1") != 0; }
 
     LogCapture log;
     TemporaryFolder folder;
