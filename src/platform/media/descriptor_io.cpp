@@ -29,7 +29,7 @@ DescriptorIo::DescriptorIo(FileHandle file, Direction direction)
         [](void* state, std::int64_t offset, int whence) {
             return static_cast<State*>(state)->seek(offset, whence);
         }));
-    buffer.release(); // owned by the context
+    static_cast<void>(buffer.release()); // owned by the context
 }
 
 int DescriptorIo::close() {

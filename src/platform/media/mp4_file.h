@@ -23,8 +23,8 @@ class Mp4File {
     Mp4File(const Mp4File&) = delete;
     Mp4File& operator=(const Mp4File&) = delete;
 
-    /// In the order of their pts, without gaps. Throws Error; errors of the disk appear within about two
-    /// seconds of sound, because writes are gathered.
+    /// In the order of their pts, without gaps. Throws Error; what the disk refuses may belong to an
+    /// earlier packet, because FFmpeg gathers its writes.
     void append(const AacPacket& packet);
     /// Writes the index and closes. Throws Error. Call once, last.
     void finish();

@@ -26,7 +26,7 @@ class AudioReaderTest : public MediaTest {
             }
             return "none";
         };
-        const std::string ofLength = errorOf([&] { Mp4FileInfo().open(file); });
+        std::string ofLength = errorOf([&] { Mp4FileInfo().open(file); });
         EXPECT_EQ(errorOf([&] { decodeTo16kMono(file, [](std::span<const float>) {}); }), ofLength);
         return ofLength;
     }

@@ -24,7 +24,7 @@ class MediaTest : public testing::Test {
     /// A finished file, written in calls of `block` frames.
     std::filesystem::path recorded(const std::string& name, std::span<const float> left,
                                    std::span<const float> right, std::size_t block = 480) {
-        const std::filesystem::path file = folder / name;
+        std::filesystem::path file = folder / name;
         const auto writer = createFile(file);
         for (std::size_t at = 0; at < left.size(); at += block) {
             const std::size_t count = std::min(block, left.size() - at);
@@ -35,7 +35,7 @@ class MediaTest : public testing::Test {
 
     /// A file made by the ffmpeg program.
     std::filesystem::path foreign(const std::string& name, const std::string& arguments) {
-        const auto file = folder / name;
+        auto file = folder / name;
         const std::string command =
             "ffmpeg -v error -y " + arguments + " '" + file.string() + "' > /dev/null 2>&1";
         [[maybe_unused]] const int status = std::system(command.c_str());
