@@ -80,13 +80,6 @@ bool AudioReader::isAsAnnounced() const {
            m_frame->nb_samples == Mp4AudioInput::samplesPerPacket;
 }
 
-AudioFileFacts Mp4FileInfo::open(const std::filesystem::path& file) {
-    Mp4AudioInput input(file);
-    std::int64_t frames = 0;
-    while (const auto piece = input.next()) frames += piece->count;
-    return {frames, static_cast<double>(input.sampleRate())};
-}
-
 void decodeTo16kMono(const std::filesystem::path& file,
                      const std::function<void(std::span<const float>)>& sink) {
     AudioReader reader(file);

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "platform/media/mp4_audio_input.h"
-#include "transcription/audio_file_info.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -21,7 +20,7 @@ class AudioReader {
     /// during the call.
     using Sink = std::function<void(std::span<const float> left, std::span<const float> right)>;
 
-    /// Hands out everything, exactly as many frames as Mp4FileInfo tells. A packet that cannot be decoded
+    /// Hands out everything, exactly the frames of the input's pieces. A packet that cannot be decoded
     /// becomes silence of its length, so that what follows stays in its place; about ten seconds of that are
     /// tolerated, and a file of nothing else is not. Passes on what the sink throws. Call once.
     void readAll(const Sink& sink);
@@ -34,13 +33,6 @@ class AudioReader {
     CodecContextHandle m_codec;
     FrameHandle m_frame;
     FrameHandle m_surplus;
-};
-
-/// Walks through the file's packets without decoding them: its length is exact for every file that can be
-/// read.
-class Mp4FileInfo final : public AudioFileInfo {
-  public:
-    AudioFileFacts open(const std::filesystem::path& file) override;
 };
 
 /// Decodes a recorded file to what speech recognition takes: mono, the mean of the channels, at 16 kHz, full

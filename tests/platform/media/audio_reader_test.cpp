@@ -63,7 +63,7 @@ TEST_F(AudioReaderTest, UnreadableFileIsRefused) {
     EXPECT_EQ(refusal(file), posix + "13 \"Permission denied\"");
 }
 
-TEST_F(AudioReaderTest, EmptyFileAndRubbishAreRefusedAndLogged) {
+TEST_F(AudioReaderTest, EmptyFileAndRubbishAreRefused) {
     writeFile(folder / "empty.m4a", "");
     writeFile(folder / "rubbish.m4a", "not a recording at all, just a few words");
     for (const std::string name : {"empty.m4a", "rubbish.m4a"})
@@ -71,8 +71,6 @@ TEST_F(AudioReaderTest, EmptyFileAndRubbishAreRefusedAndLogged) {
             refusal(folder / name),
             "Error Domain=ffmpeg Code=-1094995529 \"The audio file cannot be opened: Invalid data found when "
             "processing input\"");
-    ASSERT_FALSE(log.messages().empty());
-    EXPECT_EQ(log.messages().front(), "[rec] mov,mp4,m4a,3gp,3g2,mj2: moov atom not found");
 }
 
 TEST_F(AudioReaderTest, AddressIsTakenForAPath) {
