@@ -3,10 +3,10 @@
 
 #include <cerrno>
 #include <csignal>
-#include <optional>
 #include <string>
 #include <sys/mount.h>
 #include <sys/resource.h>
+#include <utility>
 
 namespace {
 
@@ -87,16 +87,31 @@ TEST_F(FullDiskTest, FileThatCannotEvenBeginIsRemoved) {
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
-TEST_F(FullDiskTest, FullFileSystemIsNamedByTheSystem) {
-    const auto disk = folder / "disk";
-    std::filesystem::create_directory(disk);
-    if (mount("murmelo-test", disk.c_str(), "tmpfs", 0, "size=65536") != 0)
-        GTEST_SKIP() << "only root may mount a small file system";
-    {
-        const auto writer = createFile(disk / "voice.m4a");
-        EXPECT_EQ(writeUntilFull(*writer), ENOSPC);
+/// A file system of 64 KiB, for a scope; where this process may mount one.
+class SmallDisk {
+  public:
+    explicit SmallDisk(std::filesystem::path place) : m_place(std::move(place)) {
+        std::filesystem::create_directory(m_place);
+        m_mounted = mount("murmelo-test", m_place.c_str(), "tmpfs", 0, "size=65536") == 0;
     }
-    EXPECT_EQ(umount(disk.c_str()), 0);
+    ~SmallDisk() {
+        if (m_mounted) umount2(m_place.c_str(), MNT_DETACH);
+    }
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+
+    bool mounted() const { return m_mounted; }
+
+  private:
+    std::filesystem::path m_place;
+    bool m_mounted = false;
+};
+
+TEST_F(FullDiskTest, FullFileSystemIsNamedByTheSystem) {
+    const SmallDisk disk(folder / "disk");
+    if (!disk.mounted()) GTEST_SKIP() << "only root may mount a small file system";
+    const auto writer = createFile(folder / "disk" / "voice.m4a");
+    EXPECT_EQ(writeUntilFull(*writer), ENOSPC);
 }
 
 } // namespace
