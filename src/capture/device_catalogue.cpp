@@ -84,6 +84,7 @@ std::vector<InputDevice> CA::inputDevices() const {
     std::stable_sort(kept.begin(), kept.end(),
                      [](const auto& one, const auto& other) { return one.first < other.first; });
     std::vector<InputDevice> devices;
+    devices.reserve(kept.size());
     for (auto& [key, device] : kept) devices.push_back(std::move(device));
     return devices;
 }

@@ -4,6 +4,7 @@
 
 Arguments::Arguments(int argc, char** argv, const std::vector<Option>& options) {
     std::vector<option> known;
+    known.reserve(options.size() + 1);
     for (const Option& one : options)
         known.push_back(
             {one.name.c_str(), one.value == Value::required ? required_argument : no_argument, nullptr, 1});
