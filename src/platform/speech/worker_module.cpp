@@ -1,0 +1,123 @@
+#include "platform/speech/worker_module.h"
+
+#include "base/debug_log.h"
+#include "base/error.h"
+#include "platform/posix/child_process.h"
+#include "platform/speech/worker_engine.h"
+#include "speech_worker/protocol.h"
+
+#include <algorithm>
+#include <cstring>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+Error failure(EngineFailure code, const std::string& description) {
+    return {"engine", static_cast<int>(code), description};
+}
+
+/// Collects what the worker says, line by line.
+class Answer {
+  public:
+    explicit Answer(const SpeechModule::ResultHandler& handler) : m_handler(handler) {}
+
+    void read(std::string_view line) {
+        if (m_end || m_failure) throw protocol::Violation("a line behind the last one");
+        std::visit([this](auto&& message) { take(std::forward<decltype(message)>(message)); },
+                   protocol::parse(line));
+    }
+    const std::optional<protocol::End>& end() const { return m_end; }
+    const std::optional<protocol::Failure>& failure() const { return m_failure; }
+
+  private:
+    void take(protocol::Utterance&& utterance) {
+        if (m_handler) m_handler({std::move(utterance.text), utterance.start});
+    }
+    void take(protocol::End end) { m_end = end; }
+    void take(protocol::Failure&& failure) { m_failure = std::move(failure); }
+
+    const SpeechModule::ResultHandler& m_handler;
+    std::optional<protocol::End> m_end;
+    std::optional<protocol::Failure> m_failure;
+};
+
+/// On one line, whatever the worker wrote.
+void logErrors(const ChildProcess& worker) {
+    std::string text = worker.errors();
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, ' ');
+    text.erase(text.find_last_not_of(' ') + 1);
+    if (!text.empty()) DebugLog::log("[ts] speech worker: " + text);
+}
+
+/// Throws unless the worker ended in order with its last word said.
+std::optional<double> conclude(const ChildEnd& end, const Answer& answer) {
+    if (end.how == ChildEnd::How::stopped)
+        throw failure(EngineFailure::stopped, "The transcription was stopped.");
+    if (end.how == ChildEnd::How::lineTooLong)
+        throw failure(EngineFailure::badOutput, "The speech worker wrote a line without end.");
+    if (end.how == ChildEnd::How::signalled)
+        throw failure(EngineFailure::crashed,
+                      "The speech worker crashed: " + std::string(::strsignal(end.value)) + ".");
+    if (answer.failure()) throw failure(EngineFailure::reported, answer.failure()->description);
+    if (end.value != 0)
+        throw failure(EngineFailure::crashed,
+                      "The speech worker ended with status " + std::to_string(end.value) + ".");
+    if (!end.wholeLines || !answer.end())
+        throw failure(EngineFailure::badOutput, "The speech worker ended before its answer was complete.");
+    return answer.end()->lastSampleTime;
+}
+
+} // namespace
+
+std::string missingPart(const std::filesystem::path& worker, const std::filesystem::path& modelFolder) {
+    if (::access(worker.c_str(), X_OK) != 0)
+        return "The speech worker " + worker.string() + " is missing: install the package murmelo again.";
+    for (const char* part : {"en-us/mdef", "en-us.lm.bin", "cmudict-en-us.dict"})
+        if (::access((modelFolder / part).c_str(), R_OK) != 0)
+            return "The speech model " + (modelFolder / part).string() +
+                   " is missing: install the package pocketsphinx-en-us.";
+    return {};
+}
+
+WorkerModule::WorkerModule(std::filesystem::path worker, std::filesystem::path modelFolder, Locale locale)
+    : m_worker(std::move(worker)), m_modelFolder(std::move(modelFolder)), m_locale(std::move(locale)) {}
+
+void WorkerModule::requireInstalled() const {
+    const std::string missing = missingPart(m_worker, m_modelFolder);
+    if (!missing.empty()) throw failure(EngineFailure::notInstalled, missing);
+}
+
+std::unique_ptr<InstallationRequest> WorkerModule::installationRequest() {
+    requireInstalled();
+    return nullptr;
+}
+
+void WorkerModule::collectResults(ResultHandler handler) {
+    m_handler = std::move(handler);
+}
+
+std::optional<double> WorkerModule::analyse(const std::filesystem::path& file, std::stop_token stop) {
+    requireInstalled();
+    // An absolute path never looks like an option.
+    ChildProcess worker(m_worker, {"--model", m_modelFolder, "--locale", m_locale.identifier(),
+                                   std::filesystem::absolute(file)});
+    Answer answer(m_handler);
+    try {
+        return conclude(worker.run([&](std::string_view line) { answer.read(line); }, stop), answer);
+    } catch (const protocol::Violation& violation) {
+        logErrors(worker);
+        throw failure(EngineFailure::badOutput,
+                      "The speech worker wrote what is no answer: " + std::string(violation.what()) + ".");
+    } catch (const Error&) {
+        logErrors(worker);
+        throw;
+    }
+}
+
+void WorkerModule::finalizeAndFinish(double) {}
+
+void WorkerModule::cancelAndFinishNow() noexcept {}
+
+void WorkerModule::waitForResults() {}

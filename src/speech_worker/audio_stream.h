@@ -1,0 +1,12 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <span>
+
+/// 16 kHz mono, full scale 1. The span is valid during the call.
+using AudioSink = std::function<void(std::span<const float> samples)>;
+
+/// Decodes a whole file from its beginning into the sink, in chunks of any size and constant memory. Throws
+/// Error, or what the sink throws.
+using AudioStream = std::function<void(const std::filesystem::path& file, const AudioSink& sink)>;

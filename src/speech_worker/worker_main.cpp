@@ -1,0 +1,117 @@
+#include "speech_worker/worker_main.h"
+
+#include "base/error.h"
+#include "speech_worker/protocol.h"
+#include "speech_worker/speech_evidence.h"
+#include "speech_worker/utterance_text.h"
+#include "speech_worker/voice_activity.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <optional>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+constexpr int done = 0;
+constexpr int failed = 1;
+constexpr int wrongUsage = 2;
+// A cut can begin with a noise that was no word, long before the first word.
+constexpr double longestLeadIn = 0.5; // seconds
+
+std::optional<WorkerArguments> parse(std::span<char* const> arguments) {
+    WorkerArguments parsed;
+    std::size_t i = 0;
+    for (; i + 1 < arguments.size() && std::string_view(arguments[i]).starts_with("--"); i += 2) {
+        const std::string_view option = arguments[i];
+        if (option == "--model")
+            parsed.model = arguments[i + 1];
+        else if (option == "--locale")
+            parsed.locale = arguments[i + 1];
+        else
+            return std::nullopt;
+    }
+    if (i + 1 != arguments.size() || parsed.model.empty() || parsed.locale.empty()) return std::nullopt;
+    parsed.file = arguments[i];
+    return parsed;
+}
+
+/// The words that were spoken, as far as the sound under them tells.
+std::vector<RecognisedWord> spokenWords(Recogniser& recogniser, std::span<const float> cut) {
+    const SpeechEvidence evidence(cut);
+    if (!evidence.hasVoice()) return {}; // spares the recogniser, which is slowest on noise
+    std::vector<RecognisedWord> words = recogniser.recognise(cut);
+    std::erase_if(words, [&](const RecognisedWord& word) {
+        return isFiller(word.text) || !evidence.canBeWord(word.start, word.end);
+    });
+    return words;
+}
+
+void transcribe(const WorkerArguments& arguments, Recogniser& recogniser, const AudioStream& decode,
+                const LineSink& tell) {
+    VoiceActivity activity([&](const VoiceActivity::Cut& cut) {
+        const std::vector<RecognisedWord> words = spokenWords(recogniser, cut.samples);
+        if (words.empty()) return;
+        const double firstWord = cut.start + words.front().start;
+        const double start = firstWord - cut.voicedStart > longestLeadIn ? firstWord : cut.voicedStart;
+        tell(protocol::line(protocol::Utterance{start, cut.voicedEnd, utteranceText(words)}));
+    });
+    decode(arguments.file, [&](std::span<const float> samples) { activity.push(samples); });
+    activity.finish();
+    protocol::End end;
+    if (activity.sampleCount() > 0)
+        end.lastSampleTime = static_cast<double>(activity.sampleCount()) / VoiceActivity::sampleRate;
+    tell(protocol::line(end));
+}
+
+void endWithStandardInput() {
+    std::thread([] {
+        char ignored[256];
+        for (;;) {
+            const ssize_t count = ::read(STDIN_FILENO, ignored, sizeof ignored);
+            if (count == 0 || (count < 0 && errno != EINTR)) ::_exit(failed);
+        }
+    }).detach();
+}
+
+void writeToStandardOutput(std::string_view line) {
+    while (!line.empty()) {
+        const ssize_t written = ::write(STDOUT_FILENO, line.data(), line.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0) throw Error::posix(errno);
+        line.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+} // namespace
+
+int runWorker(std::span<char* const> arguments, const RecogniserFactory& makeRecogniser,
+              const AudioStream& decode, const LineSink& tell) {
+    const std::optional<WorkerArguments> parsed = parse(arguments);
+    if (!parsed) {
+        tell(protocol::line(protocol::Failure{"usage: --model DIR --locale ID FILE"}));
+        return wrongUsage;
+    }
+    try {
+        const std::unique_ptr<Recogniser> recogniser = makeRecogniser(*parsed);
+        transcribe(*parsed, *recogniser, decode, tell);
+        return done;
+    } catch (const Error& error) {
+        tell(protocol::line(protocol::Failure{error.localizedDescription()}));
+    } catch (const std::bad_alloc&) {
+        tell(protocol::line(protocol::Failure{"The speech worker ran out of memory."}));
+    }
+    return failed;
+}
+
+int workerMain(int argc, char** argv, const RecogniserFactory& makeRecogniser, const AudioStream& decode) {
+    endWithStandardInput();
+    try {
+        return runWorker(std::span(argv, static_cast<std::size_t>(argc)).subspan(1), makeRecogniser, decode,
+                         writeToStandardOutput);
+    } catch (const std::exception&) { // nobody reads the answer, so there is nobody to tell
+        return failed;
+    }
+}

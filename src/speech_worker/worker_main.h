@@ -1,0 +1,34 @@
+#pragma once
+
+#include "speech_worker/audio_stream.h"
+#include "speech_worker/recogniser.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+
+/// The work that every speech worker does, whatever its recogniser: decode, cut at pauses, recognise cut by
+/// cut, tell each utterance as soon as it is known.
+
+struct WorkerArguments {
+    std::filesystem::path model;
+    std::string locale; ///< the platform's form, "en_US"
+    std::filesystem::path file;
+};
+/// Makes the recogniser for a model folder and a locale. Throws Error.
+using RecogniserFactory = std::function<std::unique_ptr<Recogniser>(const WorkerArguments& arguments)>;
+
+/// Receives one line of the protocol with its line feed.
+using LineSink = std::function<void(std::string_view line)>;
+
+/// Everything but the process: `arguments` are those behind the program's name. Returns the exit status: 0
+/// done, 1 failed, 2 wrong usage; each failure was also told as a line. What `tell` throws passes through.
+int runWorker(std::span<char* const> arguments, const RecogniserFactory& makeRecogniser,
+              const AudioStream& decode, const LineSink& tell);
+
+/// The same as a process: lines go to standard output, and the process ends at once when its standard input
+/// ends, because then nobody waits for the answer any more.
+int workerMain(int argc, char** argv, const RecogniserFactory& makeRecogniser, const AudioStream& decode);
