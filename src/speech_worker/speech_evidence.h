@@ -31,5 +31,7 @@ class SpeechEvidence {
     std::span<const Frame> frames() const { return m_frames; }
 
   private:
+    std::size_t frameAt(double seconds) const;
+
     std::vector<Frame> m_frames;
 };

@@ -111,7 +111,7 @@ std::optional<double> WorkerModule::analyse(const std::filesystem::path& file, s
         throw failure(EngineFailure::badOutput,
                       "The speech worker wrote what is no answer: " + std::string(violation.what()) + ".");
     } catch (const Error&) {
-        logErrors(worker);
+        if (!stop.stop_requested()) logErrors(worker);
         throw;
     }
 }
