@@ -1,0 +1,147 @@
+#include "speech_worker/worker_main.h"
+
+#include "base/error.h"
+#include "speech_worker/protocol.h"
+#include "support/synthetic_voice.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+#include <variant>
+
+namespace {
+
+class ScriptedRecogniser final : public Recogniser {
+  public:
+    explicit ScriptedRecogniser(std::vector<RecognisedWord> words) : m_words(std::move(words)) {}
+    std::vector<RecognisedWord> recognise(std::span<const float>) override { return m_words; }
+
+  private:
+    std::vector<RecognisedWord> m_words;
+};
+
+class WorkerMainTest : public testing::Test {
+  protected:
+    int run(std::vector<std::string> arguments) {
+        std::vector<char*> pointers;
+        for (std::string& argument : arguments) pointers.push_back(argument.data());
+        return runWorker(
+            pointers,
+            [this](const WorkerArguments& parsed) {
+                seen = parsed;
+                return std::make_unique<ScriptedRecogniser>(words);
+            },
+            [this](const std::filesystem::path&, const AudioSink& sink) {
+                sink(audio);
+                if (failure) throw Error(*failure);
+            },
+            [this](std::string_view line) {
+                ASSERT_TRUE(line.ends_with('\n'));
+                messages.push_back(protocol::parse(line.substr(0, line.size() - 1)));
+            });
+    }
+    int run() { return run({"--model", "/m", "--locale", "en_US", "/f.m4a"}); }
+
+    template <class Kind>
+    Kind message(std::size_t index) {
+        return std::get<Kind>(messages.at(index));
+    }
+
+    std::vector<float> audio;
+    std::vector<RecognisedWord> words{{"<s>", 0, 0.1}, {"hello(2)", 0.1, 0.4}, {"there", 0.4, 0.9}};
+    std::optional<Error> failure;
+    WorkerArguments seen;
+    std::vector<protocol::Message> messages;
+};
+
+TEST_F(WorkerMainTest, TellsEachUtteranceWithItsFirstVoicedSampleAndThenTheEnd) {
+    audio = joined({silence(2), babble(1, 0.05F), silence(1), babble(1, 0.05F), silence(1)});
+    EXPECT_EQ(run(), 0);
+    ASSERT_EQ(messages.size(), 3U);
+    EXPECT_NEAR(message<protocol::Utterance>(0).start, 2, 0.011);
+    EXPECT_NEAR(message<protocol::Utterance>(0).end, 3, 0.011);
+    EXPECT_EQ(message<protocol::Utterance>(0).text, "Hello there");
+    EXPECT_NEAR(message<protocol::Utterance>(1).start, 4, 0.011);
+    EXPECT_EQ(message<protocol::End>(2).lastSampleTime, 6.0);
+}
+
+TEST_F(WorkerMainTest, ReadsItsArguments) {
+    EXPECT_EQ(run({"--locale", "en_US", "--model", "/m", "--file"}), 0);
+    EXPECT_EQ(seen.model, "/m");
+    EXPECT_EQ(seen.locale, "en_US");
+    EXPECT_EQ(seen.file, "--file");
+}
+
+TEST_F(WorkerMainTest, WrongUsageIsToldAndIsStatusTwo) {
+    using Arguments = std::vector<std::string>;
+    for (const Arguments& arguments : {Arguments{},
+                                       {"f"},
+                                       {"--model", "/m", "f"},
+                                       {"--model", "/m", "--locale", "en_US"},
+                                       {"--model", "/m", "--locale", "en_US", "f", "g"},
+                                       {"--model", "/m", "--speed", "9", "--locale", "en_US", "f"},
+                                       {"--model"}}) {
+        messages.clear();
+        EXPECT_EQ(run(arguments), 2);
+        ASSERT_EQ(messages.size(), 1U);
+        EXPECT_EQ(message<protocol::Failure>(0).description, "usage: --model DIR --locale ID FILE");
+    }
+}
+
+TEST_F(WorkerMainTest, WithoutAudioThereIsNoLastSampleTime) {
+    EXPECT_EQ(run(), 0);
+    ASSERT_EQ(messages.size(), 1U);
+    EXPECT_EQ(message<protocol::End>(0).lastSampleTime, std::nullopt);
+}
+
+TEST_F(WorkerMainTest, WordsOverNoiseOrTonesAreNotTold) {
+    for (const auto& sound : {hiss(1, 0.1F), sine(1, 440, 0.1F)}) {
+        messages.clear();
+        audio = joined({silence(2), sound, silence(2)});
+        EXPECT_EQ(run(), 0);
+        ASSERT_EQ(messages.size(), 1U);
+        EXPECT_EQ(message<protocol::End>(0).lastSampleTime, 5.0);
+    }
+}
+
+TEST_F(WorkerMainTest, AWordThatNeverEndsIsDroppedFromItsUtterance) {
+    audio = joined({silence(2), babble(4, 0.05F), silence(1)});
+    words = {{"hello", 0.1, 0.5}, {"thank", 0.5, 3.5}, {"you", 3.5, 3.9}};
+    EXPECT_EQ(run(), 0);
+    EXPECT_EQ(message<protocol::Utterance>(0).text, "Hello you");
+}
+
+TEST_F(WorkerMainTest, AnUtteranceBehindALongNoiseBeginsWithItsFirstWord) {
+    audio = joined({silence(2), hiss(2, 0.1F), babble(1, 0.05F), silence(1)});
+    words = {{"hello", 2.2, 2.6}};
+    EXPECT_EQ(run(), 0);
+    EXPECT_NEAR(message<protocol::Utterance>(0).start, 4.1, 0.011);
+}
+
+TEST_F(WorkerMainTest, AFailureIsToldBehindWhatWasRecognised) {
+    audio = joined({silence(2), babble(1, 0.05F), silence(12)});
+    failure = Error("ffmpeg", -5, "The file can't be read.");
+    EXPECT_EQ(run(), 1);
+    ASSERT_EQ(messages.size(), 2U);
+    EXPECT_EQ(message<protocol::Utterance>(0).text, "Hello there");
+    EXPECT_EQ(message<protocol::Failure>(1).description, "The file can't be read.");
+}
+
+/// Never returns by itself, so that only the end of standard input can end the process.
+std::unique_ptr<Recogniser> hang(const WorkerArguments&) {
+    for (;;) ::pause();
+}
+
+TEST(WorkerMainDeathTest, TheProcessEndsWithItsStandardInput) {
+    const auto workerWithoutInput = [] {
+        ::dup2(::open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
+        std::string arguments[] = {"worker", "--model", "/m", "--locale", "en_US", "/f.m4a"};
+        char* pointers[6];
+        for (std::size_t i = 0; i < 6; ++i) pointers[i] = arguments[i].data();
+        ::_exit(workerMain(6, pointers, hang, {}) + 100);
+    };
+    EXPECT_EXIT(workerWithoutInput(), testing::ExitedWithCode(1), "");
+}
+
+} // namespace
