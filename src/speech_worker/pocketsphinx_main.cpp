@@ -3,12 +3,16 @@
 #include "speech_worker/pocketsphinx_recogniser.h"
 #include "speech_worker/worker_main.h"
 
+namespace {
+
+std::unique_ptr<Recogniser> makeRecogniser(const WorkerArguments& arguments) {
+    if (arguments.locale != "en_US")
+        throw Error("engine", 1, "The built-in recogniser only knows en_US, not " + arguments.locale + ".");
+    return std::make_unique<PocketSphinxRecogniser>(arguments.model);
+}
+
+} // namespace
+
 int main(int argc, char** argv) {
-    const auto makeRecogniser = [](const WorkerArguments& arguments) {
-        if (arguments.locale != "en_US")
-            throw Error("engine", 1,
-                        "The built-in recogniser only knows en_US, not " + arguments.locale + ".");
-        return std::make_unique<PocketSphinxRecogniser>(arguments.model);
-    };
     return workerMain(argc, argv, makeRecogniser, decodeTo16kMono);
 }

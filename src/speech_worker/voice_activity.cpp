@@ -24,7 +24,7 @@ constexpr std::size_t longestFrames = 2000;
 constexpr std::size_t partingFrames = 500; // where the quietest place is looked for
 constexpr std::size_t partingWidth = 5;
 constexpr std::size_t paddingFrames = 10;
-constexpr std::size_t droppedAtOnce = 2 * VoiceActivity::sampleRate; // moving what stays costs time
+constexpr std::size_t droppedAtOnce = 32000; // moving what stays costs time
 
 double seconds(std::size_t frame) {
     return static_cast<double>(frame) / 100.0;

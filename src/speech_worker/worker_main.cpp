@@ -106,9 +106,10 @@ int runWorker(std::span<char* const> arguments, const RecogniserFactory& makeRec
     return failed;
 }
 
-int workerMain(int argc, char** argv, const RecogniserFactory& makeRecogniser, const AudioStream& decode) {
-    endWithStandardInput();
+int workerMain(int argc, char** argv, const RecogniserFactory& makeRecogniser,
+               const AudioStream& decode) noexcept {
     try {
+        endWithStandardInput();
         return runWorker(std::span(argv, static_cast<std::size_t>(argc)).subspan(1), makeRecogniser, decode,
                          writeToStandardOutput);
     } catch (const std::exception&) { // nobody reads the answer, so there is nobody to tell

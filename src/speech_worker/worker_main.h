@@ -31,4 +31,5 @@ int runWorker(std::span<char* const> arguments, const RecogniserFactory& makeRec
 
 /// The same as a process: lines go to standard output, and the process ends at once when its standard input
 /// ends, because then nobody waits for the answer any more.
-int workerMain(int argc, char** argv, const RecogniserFactory& makeRecogniser, const AudioStream& decode);
+int workerMain(int argc, char** argv, const RecogniserFactory& makeRecogniser,
+               const AudioStream& decode) noexcept;

@@ -25,6 +25,7 @@ class WorkerMainTest : public testing::Test {
   protected:
     int run(std::vector<std::string> arguments) {
         std::vector<char*> pointers;
+        pointers.reserve(arguments.size());
         for (std::string& argument : arguments) pointers.push_back(argument.data());
         return runWorker(
             pointers,

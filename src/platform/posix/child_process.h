@@ -32,8 +32,8 @@ struct ChildEnd {
 /// once are fine.
 class ChildProcess {
   public:
-    static constexpr std::size_t longestLine = 64 * 1024;
-    static constexpr std::size_t keptErrors = 4 * 1024;
+    static constexpr std::size_t longestLine = 65536;
+    static constexpr std::size_t keptErrors = 4096;
 
     /// Throws Error "posix" when the program cannot be started.
     ChildProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments);

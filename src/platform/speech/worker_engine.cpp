@@ -6,7 +6,7 @@
 
 std::filesystem::path workerProgram(const std::filesystem::path& executableFolder, std::string_view name) {
     std::error_code ignored;
-    const std::filesystem::path inBuildTree = executableFolder / "libexec" / name;
+    std::filesystem::path inBuildTree = executableFolder / "libexec" / name;
     if (std::filesystem::exists(inBuildTree, ignored)) return inBuildTree;
     return (executableFolder / ".." / "libexec" / "murmelo" / name).lexically_normal();
 }
