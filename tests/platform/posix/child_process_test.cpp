@@ -106,12 +106,13 @@ TEST_F(ChildProcessTest, AStopRequestKillsAProgramThatHangs) {
 TEST_F(ChildProcessTest, AStopRequestFromAnotherThreadWakesTheWait) {
     std::latch ready(1);
     std::stop_source stop;
-    const std::jthread stopper([&] {
+    std::thread stopper([&] {
         ready.wait();
         stop.request_stop();
     });
     ChildProcess child("/bin/sh", {"-c", "exec 2>&-; echo ready; exec sleep 1000"});
     EXPECT_EQ(child.run([&](std::string_view) { ready.count_down(); }, stop.get_token()).how, How::stopped);
+    stopper.join();
 }
 
 TEST_F(ChildProcessTest, AStopRequestEndsAProgramThatNeverStopsWriting) {
