@@ -1,0 +1,29 @@
+#include "platform/pipewire/graph.h"
+
+#include <algorithm>
+
+namespace pipewire {
+
+namespace {
+
+template <typename Matches>
+const Node* findNodeIf(const Graph& graph, Matches&& matches) {
+    const auto found = std::find_if(graph.nodes.begin(), graph.nodes.end(), matches);
+    return found == graph.nodes.end() ? nullptr : &*found;
+}
+
+} // namespace
+
+const Node* findNode(const Graph& graph, ObjectID id) {
+    return findNodeIf(graph, [&](const Node& node) { return node.id == id; });
+}
+
+bool isMicrophone(const Node& node) {
+    return node.mediaClass == "Audio/Source" || node.mediaClass == "Audio/Source/Virtual";
+}
+
+const Node* findMicrophone(const Graph& graph, std::string_view name) {
+    return findNodeIf(graph, [&](const Node& node) { return isMicrophone(node) && node.name == name; });
+}
+
+} // namespace pipewire
