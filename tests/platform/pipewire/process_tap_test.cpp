@@ -1,0 +1,273 @@
+#include "support/graph_conditions.h"
+#include "support/own_playback.h"
+#include "support/running_program.h"
+#include "support/tap_recording.h"
+#include "support/temporary_folder.h"
+#include "support/test_signal.h"
+#include "support/wav_file.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <numeric>
+
+namespace {
+
+using Samples = BlockCollector::Samples;
+
+/// Frames of an application's first audio that may be missing because its link came later.
+constexpr std::size_t missingAtMost = 4800;
+/// Frames of silence behind every sound: pw-cat ends before its last two blocks are played.
+constexpr std::size_t tail = 12000;
+
+/// From the first sample that is not silent to the last one; whole stereo frames.
+Samples withoutSilence(const Samples& samples) {
+    const auto audible = [](float sample) { return sample != 0; };
+    const auto first = std::find_if(samples.begin(), samples.end(), audible);
+    const auto last = std::find_if(samples.rbegin(), samples.rend(), audible);
+    if (first == samples.end()) return {};
+    const auto begin = (first - samples.begin()) / 2 * 2;
+    const auto end = ((samples.rend() - last) + 1) / 2 * 2;
+    return {samples.begin() + begin, samples.begin() + end};
+}
+
+class ProcessTapTest : public testing::Test {
+  protected:
+    /// A command that plays the sound, and silence after it.
+    std::vector<std::string> player(const std::string& name, Samples samples, std::uint16_t channels,
+                                    std::uint32_t rate = 48000, std::uint32_t channelMask = 0) {
+        samples.resize(samples.size() + tail * channels);
+        writeWav(m_folder / name, samples, channels, rate, channelMask);
+        return {"pw-cat", "--playback", (m_folder / name).string()};
+    }
+
+    static std::vector<std::string> onHeadphones(std::vector<std::string> player) {
+        player.insert(player.end() - 1, {"--target", "virtual_headphones"});
+        return player;
+    }
+
+    /// Plays to the end and returns what was heard of it, from its first sound on.
+    static Samples heardOf(const std::vector<std::string>& command, TapRecording& recording) {
+        const std::size_t before = recording.heard().samples().size();
+        EXPECT_EQ(RunningProgram(command).wait(), 0);
+        return heardSince(before, recording);
+    }
+
+    static Samples heardSince(std::size_t position, TapRecording& recording) {
+        EXPECT_TRUE(recording.heard().waitUntil(endsSilent)) << "the application never fell silent";
+        const Samples all = recording.heard().samples();
+        return withoutSilence({all.begin() + static_cast<std::ptrdiff_t>(position), all.end()});
+    }
+
+    static bool endsSilent(const Samples& samples) {
+        constexpr std::size_t pause = 9600;
+        return samples.size() >= pause &&
+               std::all_of(samples.end() - pause, samples.end(), [](float sample) { return sample == 0; });
+    }
+
+    static bool isAudible(const Samples& samples) {
+        return std::any_of(samples.begin(), samples.end(), [](float sample) { return sample != 0; });
+    }
+
+    /// `heard` is `played` to its end, bit by bit, with at most a moment missing at the beginning.
+    static void expectExact(const Samples& heard, const Samples& played) {
+        const std::size_t missing = missingSamples(heard, played);
+        const Samples expected(played.begin() + static_cast<std::ptrdiff_t>(missing), played.end());
+        ASSERT_EQ(heard.size(), expected.size());
+        const auto difference = std::mismatch(heard.begin(), heard.end(), expected.begin());
+        EXPECT_EQ(difference.first - heard.begin(), static_cast<std::ptrdiff_t>(heard.size()))
+            << "first difference";
+    }
+
+    /// How many of the first samples played are missing in what was heard.
+    static std::size_t missingSamples(const Samples& heard, const Samples& played) {
+        constexpr std::size_t compared = 64;
+        if (heard.size() < compared) {
+            ADD_FAILURE() << "nothing was heard";
+            return 0;
+        }
+        const auto missing = positionOf(std::span(heard).first(compared), played);
+        EXPECT_TRUE(missing) << "what was heard is not what was played";
+        EXPECT_LE(missing.value_or(0) / 2, missingAtMost);
+        return missing.value_or(0);
+    }
+
+    static Samples onBothSides(const Samples& mono) {
+        Samples stereo;
+        for (const float sample : mono) stereo.insert(stereo.end(), 2, sample);
+        return stereo;
+    }
+
+    TemporaryFolder m_folder;
+    PipeWireConnection m_connection;
+};
+
+TEST_F(ProcessTapTest, SilenceArrivesWhileNothingPlays) {
+    TapRecording recording(m_connection);
+    ASSERT_TRUE(recording.heard().waitForSamples(96000));
+    EXPECT_FALSE(isAudible(recording.heard().samples()));
+    EXPECT_FALSE(recording.heard().cameFromSeveralThreads());
+}
+
+TEST_F(ProcessTapTest, DefaultLoudspeakerIsHeardBitByBit) {
+    const Samples sound = noise(96000, 2);
+    TapRecording recording(m_connection);
+    expectExact(heardOf(player("sound.wav", sound, 2), recording), sound);
+}
+
+TEST_F(ProcessTapTest, OtherLoudspeakerIsHeardBitByBit) {
+    const Samples sound = noise(48000, 2);
+    TapRecording recording(m_connection);
+    expectExact(heardOf(onHeadphones(player("sound.wav", sound, 2)), recording), sound);
+}
+
+TEST_F(ProcessTapTest, ApplicationThatPlaysAlreadyIsHeardFromTheStartOfTheCapture) {
+    const Samples sound = noise(96000, 2);
+    RunningProgram application(player("sound.wav", sound, 2));
+    {
+        TapRecording listener(m_connection);
+        ASSERT_TRUE(listener.heard().waitUntil(isAudible));
+    }
+    TapRecording recording(m_connection);
+    EXPECT_EQ(application.wait(), 0);
+    const Samples heard = heardSince(0, recording);
+    ASSERT_GE(heard.size(), 48000U);
+    const auto position = positionOf(std::span(heard).first(64), sound);
+    ASSERT_TRUE(position);
+    EXPECT_EQ(heard, Samples(sound.begin() + static_cast<std::ptrdiff_t>(*position), sound.end()));
+}
+
+TEST_F(ProcessTapTest, OneApplicationAfterTheOtherIsHeard) {
+    TapRecording recording(m_connection);
+    for (std::uint64_t seed = 1; seed <= 3; ++seed) {
+        const Samples sound = noise(12000, 2, seed);
+        expectExact(heardOf(player("sound.wav", sound, 2), recording), sound);
+    }
+}
+
+TEST_F(ProcessTapTest, MonoIsHeardOnBothSidesAtFullLevel) {
+    const Samples sound = noise(48000, 1);
+    TapRecording recording(m_connection);
+    expectExact(heardOf(player("sound.wav", sound, 1), recording), onBothSides(sound));
+}
+
+TEST_F(ProcessTapTest, SurroundIsMixedDown) {
+    const Samples sound = noise(48000, 6);
+    Samples expected;
+    for (std::size_t i = 0; i < sound.size(); i += 6) { // FL FR FC LFE RL RR
+        expected.push_back(sound[i] + 0.70710678F * (sound[i + 2] + sound[i + 4]));
+        expected.push_back(sound[i + 1] + 0.70710678F * (sound[i + 2] + sound[i + 5]));
+    }
+    TapRecording recording(m_connection);
+    expectExact(heardOf(player("sound.wav", sound, 6, 48000, 0x3f), recording), expected);
+}
+
+TEST_F(ProcessTapTest, OtherSampleRateKeepsLengthAndLevel) {
+    Samples sound;
+    for (int i = 0; i < 44100; ++i)
+        sound.insert(sound.end(), 2, 0.25F * std::sin(2 * std::numbers::pi_v<float> * 440 * i / 44100));
+    TapRecording recording(m_connection);
+    const Samples heard = heardOf(player("sound.wav", sound, 2, 44100), recording);
+    EXPECT_NEAR(static_cast<double>(heard.size()) / 2, 48000, missingAtMost);
+    ASSERT_GE(heard.size(), 48000U);
+    const double energy =
+        std::inner_product(heard.begin() + 24000, heard.begin() + 48000, heard.begin() + 24000, 0.0);
+    EXPECT_NEAR(std::sqrt(energy / 24000), 0.25 / std::numbers::sqrt2, 0.001);
+}
+
+TEST_F(ProcessTapTest, ApplicationsAtOnceAddUpExactly) {
+    const Samples first = noise(96000, 2, 1);
+    const Samples second = noise(24000, 2, 2);
+    TapRecording recording(m_connection);
+    RunningProgram application(player("first.wav", first, 2));
+    ASSERT_TRUE(recording.heard().waitUntil(isAudible));
+    EXPECT_EQ(RunningProgram(onHeadphones(player("second.wav", second, 2))).wait(), 0);
+    EXPECT_EQ(application.wait(), 0);
+
+    Samples rest = heardSince(0, recording);
+    const std::size_t missing = missingSamples(rest, first);
+    ASSERT_EQ(rest.size(), first.size() - missing);
+    for (std::size_t i = 0; i < rest.size(); ++i) rest[i] -= first[missing + i];
+    expectExact(withoutSilence(rest), second);
+}
+
+TEST_F(ProcessTapTest, VolumeAndMuteOfTheLoudspeakerDoNotMatter) {
+    const Samples sound = noise(48000, 2);
+    TapRecording recording(m_connection);
+    EXPECT_EQ(RunningProgram({"wpctl", "set-volume", "@DEFAULT_AUDIO_SINK@", "0.1"}).wait(), 0);
+    EXPECT_EQ(RunningProgram({"wpctl", "set-mute", "@DEFAULT_AUDIO_SINK@", "1"}).wait(), 0);
+    expectExact(heardOf(player("sound.wav", sound, 2), recording), sound);
+    EXPECT_EQ(RunningProgram({"wpctl", "set-volume", "@DEFAULT_AUDIO_SINK@", "1.0"}).wait(), 0);
+    EXPECT_EQ(RunningProgram({"wpctl", "set-mute", "@DEFAULT_AUDIO_SINK@", "0"}).wait(), 0);
+}
+
+TEST_F(ProcessTapTest, ApplicationOfThePulseInterfaceIsHeardBitByBit) {
+    const Samples sound = noise(48000, 2);
+    TapRecording recording(m_connection);
+    const std::string file = player("sound.wav", sound, 2).back();
+    expectExact(heardOf({"paplay", file}, recording), sound);
+}
+
+TEST_F(ProcessTapTest, LoopbackIsNotHeardTwice) {
+    const Samples sound = noise(48000, 2);
+    TapRecording recording(m_connection);
+    const RunningProgram loopback({"pw-loopback", "--capture-props",
+                                   "{ media.class = Audio/Sink node.name = test_loopback }",
+                                   "--playback-props", "{ target.object = virtual_headphones }"});
+    // Ready when what it plays is linked to the headphones by the session manager, which gives it ports.
+    ASSERT_TRUE(waitFor(m_connection, [](const pipewire::Graph& graph) {
+        const auto hasPorts = [&](auto&& matches) {
+            return std::any_of(graph.nodes.begin(), graph.nodes.end(), [&](const pipewire::Node& node) {
+                return matches(node) && std::any_of(graph.ports.begin(), graph.ports.end(),
+                                                    [&](const auto& port) { return port.node == node.id; });
+            });
+        };
+        return hasPorts([](const auto& node) { return node.name == "test_loopback"; }) &&
+               hasPorts([](const auto& node) { return !node.linkGroup.empty(); });
+    }));
+    auto throughLoopback = player("sound.wav", sound, 2);
+    throughLoopback.insert(throughLoopback.end() - 1, {"--target", "test_loopback"});
+    expectExact(heardOf(throughLoopback, recording), sound);
+}
+
+TEST_F(ProcessTapTest, OwnOutputIsHeard) {
+    const Samples sound = noise(48000, 2);
+    TapRecording recording(m_connection);
+    {
+        const OwnPlayback playback(m_connection, sound);
+        ASSERT_TRUE(recording.heard().waitUntil(
+            [](const Samples& heard) { return isAudible(heard) && endsSilent(heard); }));
+    }
+    expectExact(heardSince(0, recording), sound);
+}
+
+TEST_F(ProcessTapTest, StoppedTapIsQuietAndCanStartAgain) {
+    ThreadQueue queue("test.tap");
+    BlockCollector heard;
+    const auto source = ProcessTapFactory(m_connection).make();
+    ASSERT_EQ(source->createTap(testTap).status, 0);
+    ASSERT_EQ(source->createDevice(testTapDevice).status, 0);
+    source->registerProc(queue, [&](AudioBufferList buffers) {
+        heard.add({static_cast<const float*>(buffers[0].data), buffers[0].byteSize / sizeof(float)});
+    });
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_EQ(source->start(), 0);
+        ASSERT_TRUE(heard.waitForMore(4096));
+        source->stop();
+        const std::size_t blocks = heard.blocks();
+        queue.sync([] {});
+        EXPECT_EQ(heard.blocks(), blocks);
+    }
+}
+
+TEST_F(ProcessTapTest, StepsOutOfOrderAreRefused) {
+    ThreadQueue queue("test.tap");
+    const auto source = ProcessTapFactory(m_connection).make();
+    EXPECT_LT(source->createDevice(testTapDevice).status, 0);
+    EXPECT_LT(source->registerProc(queue, [](AudioBufferList) {}).status, 0);
+    EXPECT_LT(source->start(), 0);
+    source->stop();
+    source->destroyDevice();
+}
+
+} // namespace
