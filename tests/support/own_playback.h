@@ -4,6 +4,8 @@
 #include "platform/pipewire/connection.h"
 
 #include <algorithm>
+#include <memory>
+#include <optional>
 #include <spa/param/audio/raw.h>
 #include <stdexcept>
 #include <vector>
@@ -20,7 +22,8 @@ class OwnPlayback {
             &m_server->core(), "own playback",
             pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Playback", nullptr)));
         m_raw = m_stream.get();
-        pw_stream_add_listener(m_raw, m_hook.get(), &m_events, this);
+        m_hook.emplace();
+        pw_stream_add_listener(m_raw, m_hook->get(), &m_events, this);
         const std::vector<std::uint32_t> positions{SPA_AUDIO_CHANNEL_FL, SPA_AUDIO_CHANNEL_FR};
         std::vector<std::uint8_t> memory;
         const spa_pod* format = pipewire::buildFloatFormat(positions, memory);
@@ -32,6 +35,7 @@ class OwnPlayback {
     ~OwnPlayback() {
         const pipewire::LoopLock lock(m_connection.loop());
         pw_stream_disconnect(m_raw);
+        m_hook.reset();
         m_stream.reset();
         m_server.reset();
     }
@@ -66,5 +70,5 @@ class OwnPlayback {
     pw_stream_events m_events{};
     pw_stream* m_raw = nullptr;
     pipewire::StreamHandle m_stream;
-    pipewire::Hook m_hook;
+    std::optional<pipewire::Hook> m_hook;
 };

@@ -36,9 +36,13 @@ class RunningProgram {
         return m_status;
     }
 
-    void end(int signal) {
+    void signal(int number) const {
+        if (m_process != 0) kill(m_process, number);
+    }
+
+    void end(int number) {
         if (m_process == 0) return;
-        kill(m_process, signal);
+        kill(m_process, number);
         wait();
     }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -24,9 +25,11 @@ inline std::vector<float> noise(std::size_t frames, std::size_t channels, std::u
     return samples;
 }
 
-/// Where `part` begins in `whole`.
-inline std::optional<std::size_t> positionOf(std::span<const float> part, std::span<const float> whole) {
-    const auto found = std::search(whole.begin(), whole.end(), part.begin(), part.end());
+/// Where `part` begins in `whole`, each sample within the tolerance.
+inline std::optional<std::size_t> positionOf(std::span<const float> part, std::span<const float> whole,
+                                             float tolerance = 0) {
+    const auto equal = [&](float a, float b) { return std::abs(a - b) <= tolerance; };
+    const auto found = std::search(whole.begin(), whole.end(), part.begin(), part.end(), equal);
     if (found == whole.end()) return std::nullopt;
     return static_cast<std::size_t>(found - whole.begin());
 }

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "support/environment.h"
+#include "support/running_program.h"
+#include "support/temporary_folder.h"
+
+#include <fstream>
+#include <gtest/gtest.h>
+#include <string>
+
+/// Another sound session that a test may end and start again; connections made within the scope use it.
+class PrivateSession {
+  public:
+    PrivateSession() { start(); }
+    ~PrivateSession() { stop(); }
+    PrivateSession(const PrivateSession&) = delete;
+    PrivateSession& operator=(const PrivateSession&) = delete;
+
+    void start() { EXPECT_EQ(RunningProgram({MURMELO_PRIVATE_SESSION, "start", folder()}).wait(), 0); }
+    void stop() { EXPECT_EQ(RunningProgram({MURMELO_PRIVATE_SESSION, "stop", folder()}).wait(), 0); }
+
+    /// The server dies without a word.
+    void killServer() {
+        std::ifstream processes(folder() + "/pids");
+        pid_t process = 0;
+        std::string started;
+        std::string name;
+        while (processes >> process >> started >> name)
+            if (name == "pipewire") kill(process, SIGKILL);
+    }
+
+  private:
+    std::string folder() const { return (m_folder / "s").string(); }
+
+    TemporaryFolder m_folder;
+    ScopedEnvironment m_runtime{"PIPEWIRE_RUNTIME_DIR", folder() + "/run"};
+};
