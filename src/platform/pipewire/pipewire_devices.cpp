@@ -48,15 +48,15 @@ std::optional<std::string> PipeWireDevices::name(DeviceID device) const {
 }
 
 /// A device is one stream with a port per channel: a microphone gives through output ports, a loudspeaker
-/// takes through input ports. A microphone that programs can play into has input ports too; those are not
-/// heard by anyone.
+/// takes through input ports. A virtual microphone also takes, from programs that play into it, and its
+/// output counts as a monitor of that; a loudspeaker's monitor is no microphone.
 std::vector<std::uint32_t> PipeWireDevices::streamChannels(DeviceID device, Direction direction) const {
     return m_graph.read([&](const Graph& graph) -> std::vector<std::uint32_t> {
         const Node* const node = findDevice(graph, device);
         if (node == nullptr || (direction == Direction::output && isMicrophone(*node))) return {};
-        const bool wantsOutputPorts = direction == Direction::input;
         const auto channels = std::count_if(graph.ports.begin(), graph.ports.end(), [&](const Port& port) {
-            return port.node == device && port.isOutput == wantsOutputPorts && !port.isMonitor;
+            return port.node == device && port.isOutput == (direction == Direction::input) &&
+                   (isMicrophone(*node) || !port.isMonitor);
         });
         if (channels == 0) return {};
         return {static_cast<std::uint32_t>(channels)};

@@ -1,4 +1,5 @@
 #include "platform/pipewire/pipewire_devices.h"
+#include "support/mic_recording.h"
 #include "support/test_microphone.h"
 
 #include <algorithm>
@@ -44,9 +45,15 @@ TEST_F(DevicesTest, DefaultInputIsTheDefaultMicrophone) {
     EXPECT_EQ(m_devices.defaultInputDevice(), deviceNamed("virtual_microphone"));
 }
 
-TEST_F(DevicesTest, NominalRateIsThatOfTheDevice) {
-    EXPECT_EQ(m_devices.nominalSampleRate(deviceNamed("virtual_loudspeaker")), 48000.0);
-    EXPECT_FALSE(m_devices.setNominalSampleRate(deviceNamed("virtual_loudspeaker"), 44100));
+TEST_F(DevicesTest, NominalRateIsKnownWhileTheDeviceIsInUse) {
+    const auto microphone = deviceNamed("virtual_microphone");
+    MicRecording recording(m_connection, "virtual_microphone");
+    ASSERT_TRUE(recording.heard().waitForSamples(1));
+    EXPECT_TRUE(waitFor(m_connection, [&](const pipewire::Graph& graph) {
+        return pipewire::findNode(graph, microphone)->rate == 48000;
+    }));
+    EXPECT_EQ(m_devices.nominalSampleRate(microphone), 48000.0);
+    EXPECT_FALSE(m_devices.setNominalSampleRate(microphone, 44100));
 }
 
 TEST_F(DevicesTest, UnknownDeviceHasNothing) {

@@ -1,4 +1,5 @@
 #include "support/mic_recording.h"
+#include "support/tap_recording.h"
 #include "support/temporary_folder.h"
 #include "support/test_microphone.h"
 #include "support/test_signal.h"
@@ -15,6 +16,11 @@ constexpr std::size_t compared = 64; // samples that are enough to find a place 
 Samples fromFirstSound(const Samples& samples) {
     return {std::find_if(samples.begin(), samples.end(), [](float sample) { return sample != 0; }),
             samples.end()};
+}
+
+/// Into the virtual microphone; returns at the end.
+int speak(const std::filesystem::path& file) {
+    return RunningProgram({MURMELO_PRIVATE_SESSION, "speak", file.string()}).wait();
 }
 
 class MicSourceTest : public testing::Test {
@@ -39,22 +45,21 @@ TEST_F(MicSourceTest, MicrophoneArrivesBitByBitWithoutGaps) {
     EXPECT_FALSE(recording.heard().cameFromSeveralThreads());
 }
 
-TEST_F(MicSourceTest, WhatAnApplicationPlaysIntoTheVirtualMicrophoneArrivesBitByBit) {
+TEST_F(MicSourceTest, VoiceInTheVirtualMicrophoneArrivesBitByBit) {
     const TemporaryFolder folder;
     const Samples voice = noise(48000, 1, 5);
     Samples file = voice;
     file.resize(file.size() + 12000); // pw-cat ends before its last two blocks are played
     writeWav(folder / "voice.wav", file, 1, 48000);
+    TapRecording system(m_connection);
     MicRecording recording(m_connection, "virtual_microphone");
-    EXPECT_EQ(RunningProgram(
-                  {"pw-cat", "--playback", "--target", "virtual_microphone", (folder / "voice.wav").string()})
-                  .wait(),
-              0);
+    EXPECT_EQ(speak(folder / "voice.wav"), 0);
     const auto wholeVoice = [&](const Samples& heard) {
         return positionOf(std::span(voice).last(compared), heard).has_value();
     };
     ASSERT_TRUE(recording.heard().waitUntil(wholeVoice));
     EXPECT_TRUE(positionOf(voice, recording.heard().samples()));
+    EXPECT_TRUE(fromFirstSound(system.heard().samples()).empty()) << "the voice is no application's sound";
 }
 
 TEST_F(MicSourceTest, NothingIsOpenedForAnUnknownMicrophone) {
@@ -78,10 +83,7 @@ TEST_F(MicSourceTest, NoOtherMicrophoneTakesThePlaceOfAnUnpluggedOne) {
     recording.queue().sync([] {});
     const std::size_t before = recording.heard().samples().size();
     // Somebody speaks into the other microphone for a second.
-    EXPECT_EQ(RunningProgram(
-                  {"pw-cat", "--playback", "--target", "virtual_microphone", (folder / "voice.wav").string()})
-                  .wait(),
-              0);
+    EXPECT_EQ(speak(folder / "voice.wav"), 0);
     EXPECT_EQ(recording.heard().samples().size(), before);
     EXPECT_FALSE(recording.source().waitUntilRunning());
 }
