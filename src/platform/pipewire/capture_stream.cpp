@@ -11,8 +11,8 @@ namespace pipewire {
 
 namespace {
 
-/// How long the queue may be held up before audio is lost.
-constexpr std::size_t ringFrames = 2 * 48000;
+/// The queue may be held up for two seconds before audio is lost.
+constexpr std::size_t ringFrames = 96000;
 
 } // namespace
 
@@ -26,8 +26,9 @@ const pw_stream_events CaptureStream::events = [] {
 
 CaptureStream::CaptureStream(PipeWireConnection& connection, std::shared_ptr<Server> server,
                              Description description)
-    : m_connection(connection), m_role(std::move(description.role)), m_channels(description.positions.size()),
-      m_ring(ringFrames * m_channels), m_server(std::move(server)) {
+    : m_ring(ringFrames * description.positions.size()), m_connection(connection),
+      m_role(std::move(description.role)), m_channels(description.positions.size()),
+      m_server(std::move(server)) {
     const LoopLock lock(m_connection.loop());
     m_stream.reset(pw_stream_new(&m_server->core(), nullptr, description.properties.release()));
     if (!m_stream) throw Error::posix(errno);

@@ -60,10 +60,10 @@ class CaptureStream {
     bool waitForState(pw_stream_state atLeast, std::chrono::nanoseconds limit) const;
     void drain();
 
+    PacketRing m_ring;
     PipeWireConnection& m_connection;
     const std::string m_role;
     const std::size_t m_channels;
-    PacketRing m_ring;
     std::atomic<SerialQueue*> m_signalled{
         nullptr};                     // whom the real-time thread wakes; null: blocks are dropped
     SerialQueue* m_queue = nullptr;   // not null between start and stop

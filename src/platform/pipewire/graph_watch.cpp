@@ -11,6 +11,9 @@
 namespace pipewire {
 
 struct GraphWatch::BoundNode {
+    BoundNode(GraphWatch& of, ObjectID number)
+        : watch(of), id(number), proxy(bindNode(*of.m_registry, number)) {}
+
     GraphWatch& watch;
     ObjectID id;
     ProxyHandle<pw_node> proxy;
@@ -18,6 +21,9 @@ struct GraphWatch::BoundNode {
 };
 
 struct GraphWatch::BoundMetadata {
+    BoundMetadata(pw_registry& registry, ObjectID number)
+        : id(number), proxy(bindMetadata(registry, number)) {}
+
     ObjectID id;
     ProxyHandle<pw_metadata> proxy;
     Hook hook;
@@ -112,8 +118,7 @@ void GraphWatch::addNode(ObjectID id, const spa_dict* properties) {
     node.description = descriptionOf(properties);
     node.mediaClass = valueOf(properties, PW_KEY_MEDIA_CLASS);
     if (isWorthBinding(node)) {
-        // Made in place: the hook in it may not move.
-        std::unique_ptr<BoundNode> bound(new BoundNode{*this, id, bindNode(*m_registry, id), {}});
+        auto bound = std::make_unique<BoundNode>(*this, id);
         if (bound->proxy) {
             listen(*bound->proxy, bound->hook, nodeEvents, bound.get());
             m_boundNodes[id] = std::move(bound);
@@ -136,7 +141,7 @@ void GraphWatch::addPort(ObjectID id, const spa_dict* properties) {
 
 void GraphWatch::addMetadata(ObjectID id, const spa_dict* properties) {
     if (valueOf(properties, "metadata.name") != "default") return;
-    m_metadata.reset(new BoundMetadata{id, bindMetadata(*m_registry, id), {}});
+    m_metadata = std::make_unique<BoundMetadata>(*m_registry, id);
     if (m_metadata->proxy) listen(*m_metadata->proxy, m_metadata->hook, metadataEvents, this);
 }
 

@@ -7,6 +7,8 @@
 namespace pipewire {
 
 struct TapLinker::Link {
+    Link(pw_core& core, const TapLink& linked) : ends(linked), proxy(createLink(core, linked)) {}
+
     TapLink ends;
     ProxyHandle<pw_proxy> proxy;
     bool gone = false; // removed or refused by the server; let go of outside the proxy's own callbacks
@@ -50,8 +52,7 @@ void TapLinker::graphChanged(const Graph& graph) noexcept {
             std::any_of(m_links.begin(), m_links.end(),
                         [&](const std::unique_ptr<Link>& link) { return link->ends == ends; });
         if (exists) continue;
-        // Made in place: the hook in it may not move.
-        std::unique_ptr<Link> link(new Link{ends, createLink(m_server.core(), ends), false, {}});
+        auto link = std::make_unique<Link>(m_server.core(), ends);
         if (!link->proxy) continue;
         pw_proxy_add_listener(link->proxy.get(), link->hook.get(), &linkEvents<Link>(), link.get());
         m_links.push_back(std::move(link));
