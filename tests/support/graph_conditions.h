@@ -15,12 +15,16 @@ inline bool waitFor(PipeWireConnection& connection,
                                 std::chrono::seconds(20));
 }
 
+/// Whether a node of that name is there and the session manager has given it ports.
+inline bool hasPorts(const pipewire::Graph& graph, const std::string& nodeName) {
+    for (const pipewire::Node& node : graph.nodes)
+        for (const pipewire::Port& port : graph.ports)
+            if (node.name == nodeName && port.node == node.id) return true;
+    return false;
+}
+
 inline bool waitForMicrophone(PipeWireConnection& connection, const std::string& name) {
     return waitFor(connection, [&](const pipewire::Graph& graph) {
-        const pipewire::Node* const mic = pipewire::findMicrophone(graph, name);
-        if (mic == nullptr) return false;
-        for (const pipewire::Port& port : graph.ports)
-            if (port.node == mic->id) return true;
-        return false;
+        return pipewire::findMicrophone(graph, name) != nullptr && hasPorts(graph, name);
     });
 }

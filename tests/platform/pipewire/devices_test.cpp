@@ -1,6 +1,6 @@
 #include "platform/pipewire/pipewire_devices.h"
 #include "support/mic_recording.h"
-#include "support/test_microphone.h"
+#include "support/test_device.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>
@@ -67,8 +67,8 @@ TEST_F(DevicesTest, UnknownDeviceHasNothing) {
 TEST_F(DevicesTest, PluggedMicrophonesComeLastAndGoAgain) {
     const MicChoice fixed{"virtual_microphone", "Virtual Microphone"};
     {
-        const TestMicrophone zebra(m_connection, "test_zebra", "Zebra");
-        const TestMicrophone ant(m_connection, "test_ant", "Ant");
+        const TestMicrophone zebra(m_connection, "test_zebra", {"Zebra"});
+        const TestMicrophone ant(m_connection, "test_ant", {"Ant"});
         EXPECT_THAT(m_devices.microphones(),
                     ElementsAre(fixed, MicChoice{"test_zebra", "Zebra"}, MicChoice{"test_ant", "Ant"}));
         EXPECT_THAT(m_devices.streamChannels(deviceNamed("test_ant"), Direction::input), ElementsAre(1U));
@@ -81,13 +81,13 @@ TEST_F(DevicesTest, PluggedMicrophonesComeLastAndGoAgain) {
 }
 
 TEST_F(DevicesTest, MicrophonesOfTheSameNameAreTwo) {
-    const TestMicrophone first(m_connection, "test_first", "Twin");
-    const TestMicrophone second(m_connection, "test_second", "Twin");
+    const TestMicrophone first(m_connection, "test_first", {"Twin"});
+    const TestMicrophone second(m_connection, "test_second", {"Twin"});
     EXPECT_EQ(m_devices.microphones().size(), 3U);
 }
 
 TEST_F(DevicesTest, RenamedMicrophoneShowsItsNewName) {
-    TestMicrophone microphone(m_connection, "test_mic", "Before", "After");
+    TestMicrophone microphone(m_connection, "test_mic", {"Before", 1, "After"});
     microphone.rename();
     EXPECT_TRUE(waitFor(m_connection, [](const pipewire::Graph& graph) {
         const pipewire::Node* const node = pipewire::findMicrophone(graph, "test_mic");

@@ -1,6 +1,6 @@
+#include "support/graph_conditions.h"
 #include "support/mic_recording.h"
 #include "support/tap_recording.h"
-#include "support/test_microphone.h"
 
 #include <filesystem>
 

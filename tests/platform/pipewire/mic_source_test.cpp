@@ -1,7 +1,7 @@
 #include "support/mic_recording.h"
 #include "support/tap_recording.h"
 #include "support/temporary_folder.h"
-#include "support/test_microphone.h"
+#include "support/test_device.h"
 #include "support/test_signal.h"
 #include "support/wav_file.h"
 
@@ -43,6 +43,16 @@ TEST_F(MicSourceTest, MicrophoneArrivesBitByBitWithoutGaps) {
     EXPECT_EQ(difference.first - heard.begin(), static_cast<std::ptrdiff_t>(heard.size()))
         << "first difference";
     EXPECT_FALSE(recording.heard().cameFromSeveralThreads());
+}
+
+TEST_F(MicSourceTest, StereoMicrophoneIsNoLouderThanAMonoOne) {
+    const TestMicrophone microphone(m_connection, "test_mic", {"Stereo", 2});
+    MicRecording recording(m_connection, "test_mic");
+    ASSERT_TRUE(recording.heard().waitForSamples(24000));
+    const Samples heard = fromFirstSound(recording.heard().samples());
+    ASSERT_GE(heard.size(), 12000U);
+    const Samples given = noise(480000, 1);
+    EXPECT_TRUE(positionOf(std::span(heard).first(12000), given, 1e-6F));
 }
 
 TEST_F(MicSourceTest, VoiceInTheVirtualMicrophoneArrivesBitByBit) {

@@ -2,7 +2,6 @@
 #include "support/mic_recording.h"
 #include "support/private_session.h"
 #include "support/tap_recording.h"
-#include "support/test_microphone.h"
 
 #include <chrono>
 #include <optional>

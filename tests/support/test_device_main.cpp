@@ -1,0 +1,153 @@
+// A microphone or a loudspeaker that can be plugged in (start this program) and unplugged (end it):
+//     test_device microphone|loudspeaker NAME DESCRIPTION CHANNELS PRIORITY [NEW-DESCRIPTION]
+// A microphone gives noiseAt(0), noiseAt(1), ... on each of its one or two channels. The device has a clock
+// of its own, which drives whoever uses it and is patient: however busy the machine is, the next block waits
+// until everybody has dealt with the last one, so that none is skipped. With NEW-DESCRIPTION it is renamed
+// when it receives SIGUSR1.
+
+#include "platform/pipewire/calls.h"
+#include "platform/pipewire/handles.h"
+#include "support/test_signal.h"
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <cstdint>
+#include <ctime>
+#include <iostream>
+#include <memory>
+#include <spa/param/audio/raw.h>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr std::uint32_t blockFrames = 1024;
+constexpr std::int64_t blockNanoseconds = blockFrames * INT64_C(1000000000) / 48000;
+
+struct MainLoopDeleter {
+    void operator()(pw_main_loop* loop) const { pw_main_loop_destroy(loop); }
+};
+
+struct Device {
+    std::unique_ptr<pw_main_loop, MainLoopDeleter> loop;
+    pipewire::StreamHandle stream;
+    pw_stream* raw = nullptr; // for the real-time thread
+    spa_source* timer = nullptr;
+    timespec nextBlock{};
+    int ticksSinceDone = 0;
+    std::atomic<bool> blockUnderWay = false;
+    std::uint64_t position = 0;
+    bool isMicrophone = true;
+    std::uint32_t channels = 1;
+    const char* newDescription = nullptr;
+
+    pw_loop* events() const { return pw_main_loop_get_loop(loop.get()); }
+
+    void awaitNextBlock() {
+        nextBlock.tv_nsec += blockNanoseconds;
+        if (nextBlock.tv_nsec >= 1000000000) {
+            nextBlock.tv_nsec -= 1000000000;
+            nextBlock.tv_sec += 1;
+        }
+        pw_loop_update_timer(events(), timer, &nextBlock, nullptr, true);
+    }
+
+    static void onTime(void* self, std::uint64_t /*expirations*/) {
+        auto& device = *static_cast<Device*>(self);
+        device.startBlock();
+        device.awaitNextBlock();
+    }
+
+    void startBlock() {
+        // A user that went away in the middle of a block never finishes it: half a second is enough.
+        constexpr int patience = 24;
+        if (!pw_stream_is_driving(raw) || (blockUnderWay && ++ticksSinceDone < patience)) return;
+        ticksSinceDone = 0;
+        blockUnderWay = true;
+        pw_stream_trigger_process(raw);
+    }
+
+    static void onBlockDone(void* self) { static_cast<Device*>(self)->blockUnderWay = false; }
+
+    static void onProcess(void* self) {
+        auto& device = *static_cast<Device*>(self);
+        pw_buffer* const buffer = pw_stream_dequeue_buffer(device.raw);
+        if (buffer == nullptr) return;
+        if (device.isMicrophone) device.fill(buffer->buffer->datas[0]);
+        pw_stream_queue_buffer(device.raw, buffer);
+    }
+
+    void fill(const spa_data& data) {
+        const std::uint32_t frameBytes = channels * sizeof(float);
+        const std::uint32_t frames = std::min(data.maxsize / frameBytes, blockFrames);
+        auto* sample = static_cast<float*>(data.data);
+        for (std::uint32_t i = 0; i < frames; ++i, ++position)
+            sample = std::fill_n(sample, channels, noiseAt(position, 0));
+        data.chunk->offset = 0;
+        data.chunk->stride = static_cast<std::int32_t>(frameBytes);
+        data.chunk->size = frames * frameBytes;
+    }
+
+    static void onEnd(void* self, int /*signal*/) {
+        pw_main_loop_quit(static_cast<Device*>(self)->loop.get());
+    }
+
+    static void onRename(void* self, int /*signal*/) {
+        auto& device = *static_cast<Device*>(self);
+        const spa_dict_item item{PW_KEY_NODE_DESCRIPTION, device.newDescription};
+        const spa_dict changed{0, 1, &item};
+        pw_stream_update_properties(device.raw, &changed);
+    }
+};
+
+} // namespace
+
+int main(int count, char** arguments) {
+    if (count < 6) {
+        std::cerr << "usage: test_device KIND NAME DESCRIPTION CHANNELS PRIORITY [NEW-DESCRIPTION]\n";
+        return 2;
+    }
+    const pipewire::Library library;
+    Device device;
+    device.isMicrophone = arguments[1] == std::string("microphone");
+    const char* const name = arguments[2];
+    const char* const description = arguments[3];
+    device.channels = arguments[4] == std::string("2") ? 2 : 1;
+    const char* const priority = arguments[5];
+    if (count > 6) device.newDescription = arguments[6];
+
+    device.loop.reset(pw_main_loop_new(nullptr));
+    pw_loop_add_signal(device.events(), SIGTERM, Device::onEnd, &device);
+    pw_loop_add_signal(device.events(), SIGUSR1, Device::onRename, &device);
+    device.timer = pw_loop_add_timer(device.events(), Device::onTime, &device);
+
+    pw_stream_events events{};
+    events.version = PW_VERSION_STREAM_EVENTS;
+    events.process = Device::onProcess;
+    events.trigger_done = Device::onBlockDone;
+    device.stream.reset(pw_stream_new_simple(
+        device.events(), name,
+        pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CLASS,
+                          device.isMicrophone ? "Audio/Source" : "Audio/Sink", PW_KEY_NODE_NAME, name,
+                          PW_KEY_NODE_DESCRIPTION, description, PW_KEY_PRIORITY_SESSION, priority,
+                          PW_KEY_PRIORITY_DRIVER, priority, PW_KEY_NODE_AUTOCONNECT, "false",
+                          PW_KEY_NODE_LATENCY, "1024/48000", nullptr),
+        &events, &device));
+    device.raw = device.stream.get();
+    std::vector<std::uint8_t> memory;
+    const std::vector<std::uint32_t> mono{SPA_AUDIO_CHANNEL_MONO};
+    const std::vector<std::uint32_t> stereo{SPA_AUDIO_CHANNEL_FL, SPA_AUDIO_CHANNEL_FR};
+    const spa_pod* format = pipewire::buildFloatFormat(device.channels == 2 ? stereo : mono, memory);
+    constexpr auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_MAP_BUFFERS |
+                                                        PW_STREAM_FLAG_RT_PROCESS | PW_STREAM_FLAG_DRIVER);
+    const auto direction = device.isMicrophone ? PW_DIRECTION_OUTPUT : PW_DIRECTION_INPUT;
+    if (!device.stream || pw_stream_connect(device.raw, direction, PW_ID_ANY, flags, &format, 1) < 0) {
+        std::cerr << "test_device: there is no sound server\n";
+        return 1;
+    }
+    clock_gettime(CLOCK_MONOTONIC, &device.nextBlock);
+    device.awaitNextBlock();
+    pw_main_loop_run(device.loop.get());
+    return 0;
+}
