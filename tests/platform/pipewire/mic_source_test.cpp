@@ -55,7 +55,7 @@ TEST_F(MicSourceTest, StereoMicrophoneIsNoLouderThanAMonoOne) {
     EXPECT_TRUE(positionOf(std::span(heard).first(12000), given, 1e-6F));
 }
 
-TEST_F(MicSourceTest, VoiceInTheVirtualMicrophoneArrivesBitByBit) {
+TEST_F(MicSourceTest, VoiceInTheVirtualMicrophoneArrivesFromItsBeginningToItsEnd) {
     const TemporaryFolder folder;
     const Samples voice = noise(48000, 1, 5);
     Samples file = voice;
@@ -68,7 +68,7 @@ TEST_F(MicSourceTest, VoiceInTheVirtualMicrophoneArrivesBitByBit) {
         return positionOf(std::span(voice).last(compared), heard).has_value();
     };
     ASSERT_TRUE(recording.heard().waitUntil(wholeVoice));
-    EXPECT_TRUE(positionOf(voice, recording.heard().samples()));
+    EXPECT_TRUE(positionOf(std::span(voice).first(compared), recording.heard().samples()));
     EXPECT_TRUE(fromFirstSound(system.heard().samples()).empty()) << "the voice is no application's sound";
 }
 
