@@ -40,7 +40,6 @@ std::string timestamp(std::chrono::system_clock::time_point now) {
     return {text, static_cast<std::size_t>(length)};
 }
 
-/// One write where the system allows it: lines of several threads then interleave whole.
 void writeAll(int fd, std::string_view text) {
     while (!text.empty()) {
         const ssize_t written = ::write(fd, text.data(), text.size());
@@ -50,9 +49,9 @@ void writeAll(int fd, std::string_view text) {
 }
 
 bool append(const std::filesystem::path& file, std::string_view line) {
-    const int fd = ::open(file.c_str(), O_WRONLY | O_CLOEXEC);
+    // O_APPEND seeks and writes in one step, so that lines of several threads and programs stay whole.
+    const int fd = ::open(file.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
     if (fd < 0) return false;
-    ::lseek(fd, 0, SEEK_END);
     writeAll(fd, line);
     ::close(fd);
     return true;
