@@ -1,0 +1,100 @@
+"""Runs the program under test inside a private sound session. Standard library only."""
+
+import json
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+PROGRAM = pathlib.Path(os.environ.get("MURMELO_PROGRAM", ""))
+SCRIPTS = pathlib.Path(__file__).resolve().parents[2] / "scripts"
+LIMIT = 120  # seconds; generous, only a hang reaches it
+
+
+def run(*arguments, program=None, env=None, limit=LIMIT, **options):
+    """The finished process, with its output as text."""
+    return subprocess.run([program or PROGRAM, *map(str, arguments)], capture_output=True, text=True, timeout=limit,
+                          env={**os.environ, **(env or {})}, stdin=subprocess.DEVNULL, **options)
+
+
+def last_line(text):
+    lines = text.strip().splitlines()
+    return lines[-1] if lines else ""
+
+
+def wait_for(condition, what):
+    """Looks until the condition holds."""
+    end = time.monotonic() + LIMIT
+    while not condition():
+        if time.monotonic() > end:
+            raise AssertionError(f"{what} did not happen within {LIMIT} s")
+        time.sleep(0.02)
+
+
+def decoded_frames(file):
+    """How many stereo frames FFmpeg decodes from the file."""
+    command = ["ffmpeg", "-v", "error", "-i", str(file), "-f", "f32le", "-"]
+    return len(subprocess.run(command, capture_output=True, check=True).stdout) // 8
+
+
+def murmelo_nodes():
+    """What the program shows to the sound server."""
+    dump = json.loads(subprocess.run(["pw-dump"], capture_output=True, check=True).stdout)
+    properties = [o.get("info", {}).get("props", {}) for o in dump if o.get("type", "").endswith(":Node")]
+    return [p.get("node.name") for p in properties if "murmelo" in p.get("node.name", "").lower()
+            or p.get("application.process.binary") == "murmelo"]
+
+
+def worker_processes():
+    found = []
+    for entry in pathlib.Path("/proc").glob("[0-9]*/cmdline"):
+        try:
+            words = entry.read_bytes().split(b"\0")
+        except OSError:
+            continue
+        if any(word.endswith(b"/murmelo-speech-pocketsphinx") for word in words[:2]) \
+                and os.environ["HOME"].encode() in (entry.parent / "environ").read_bytes():
+            found.append(entry.parent.name)
+    return found
+
+
+class Recording:
+    """A running “murmelo record”; standard error is read from a file while it runs."""
+
+    def __init__(self, *arguments, log, **options):
+        self.log = pathlib.Path(log)
+        with self.log.open("w") as stderr:
+            self.process = subprocess.Popen([PROGRAM, "record", *map(str, arguments)], text=True, stderr=stderr,
+                                            stdin=subprocess.DEVNULL, **{"stdout": subprocess.PIPE, **options})
+
+    def until_said(self, text):
+        wait_for(lambda: text in self.log.read_text() or self.process.poll() is not None, f"“{text}”")
+        return self
+
+    def end(self, by=signal.SIGTERM):
+        self.process.send_signal(by)
+        out, _ = self.process.communicate(timeout=LIMIT)
+        return out
+
+
+class TestCase(unittest.TestCase):
+    def setUp(self):
+        self.work = pathlib.Path(tempfile.mkdtemp(prefix="murmelo test ü "))
+        self.addCleanup(shutil.rmtree, self.work, ignore_errors=True)
+
+    def assert_failed(self, result, sentence):
+        self.assertEqual(last_line(result.stderr), sentence)
+        self.assertEqual(result.returncode, 1)
+
+    def assert_nothing_left(self):
+        wait_for(lambda: not murmelo_nodes(), "the disappearance of the program's nodes")
+        self.assertEqual(worker_processes(), [])
+
+
+def main():
+    unittest.main(argv=[sys.argv[0], "-v"])

@@ -1,0 +1,192 @@
+#!/usr/bin/env python3
+"""“murmelo record” and “murmelo mics” as a user meets them."""
+
+import json
+import os
+import pathlib
+import pty
+import re
+import signal
+import subprocess
+import unittest
+
+from program import LIMIT, PROGRAM, Recording, TestCase, decoded_frames, last_line, main, run
+
+NO_MICROPHONE = "No microphone was found. Is one connected, and is the sound server (PipeWire) running?"
+FILES = ["voice.m4a", "system.m4a", "mix.m4a"]
+NO_SERVER = {"PIPEWIRE_RUNTIME_DIR": "/nonexistent", "XDG_RUNTIME_DIR": "/nonexistent"}
+
+
+class Usage(TestCase):
+    def assert_usage(self, sentence, *arguments):
+        result = run(*arguments)
+        self.assertEqual(result.stderr, sentence + "\nTry “murmelo --help”.\n")
+        self.assertEqual((result.returncode, result.stdout), (2, ""))
+
+    def test_help_names_every_subcommand(self):
+        result = run("--help")
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        for word in ["murmelo record", "murmelo transcribe", "murmelo mics", "--json", "--seconds", "--folder"]:
+            self.assertIn(word, result.stdout)
+
+    def test_version_is_one_line(self):
+        self.assertRegex(run("--version").stdout, r"\Amurmelo \d+\.\d+\.\d+\n\Z")
+
+    def test_wrong_usage_is_named_with_status_2(self):
+        self.assert_usage("What shall Murmelo do?")
+        self.assert_usage("Murmelo does not know “sing”.", "sing")
+        self.assert_usage("“--loud” is no option of “record”.", "record", "--loud")
+        self.assert_usage("The option “--seconds” needs a value.", "record", "--seconds")
+        self.assert_usage("“record” does not know what to do with “x”.", "record", "x")
+        self.assert_usage("“mics” takes no names.", "mics", "x")
+        self.assert_usage("Which recording? Name its folder.", "transcribe")
+        self.assert_usage("Which recording? Name its folder.", "transcribe", "a", "b")
+        for number in ["0", "-1", "x", "1x", "nan", "inf", "1e99", ""]:
+            self.assert_usage("“--seconds” takes a number above 0.", "record", f"--seconds={number}")
+        self.assert_usage("“--folder” takes the name of a folder.", "record", "--folder=")
+
+    def test_closed_standard_output_is_a_failure(self):
+        for arguments in (["--help"], ["mics"]):
+            with open("/dev/full", "w") as full:
+                result = subprocess.run([PROGRAM, *arguments], stdout=full, stderr=subprocess.PIPE, text=True)
+            self.assertEqual((result.returncode, last_line(result.stderr)),
+                             (1, "Could not write to standard output: No space left on device."))
+
+
+class Microphones(TestCase):
+    def test_list_marks_the_automatic_choice(self):
+        self.assertEqual(run("mics").stdout, "* virtual_microphone  Virtual Microphone\n")
+
+    def test_list_for_scripts(self):
+        self.assertEqual(json.loads(run("mics", "--json").stdout),
+                         [{"id": "virtual_microphone", "name": "Virtual Microphone", "automatic": True}])
+
+    def test_without_sound_server_none_is_found(self):
+        self.assert_failed(run("mics", env=NO_SERVER), NO_MICROPHONE)
+        self.assertEqual(json.loads(run("mics", "--json", env=NO_SERVER).stdout), [])
+
+
+class Recordings(TestCase):
+    def test_for_some_seconds_prints_the_three_paths(self):
+        folder = self.work / "a/b c/ü"
+        result = run("record", "--seconds", "1.5", "--folder", folder)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertEqual(result.stdout.splitlines(), [str(folder / name) for name in FILES])
+        self.assertEqual(sorted(p.name for p in folder.iterdir()), sorted(FILES))
+        frames = {name: decoded_frames(folder / name) for name in FILES}
+        self.assertEqual(frames["voice.m4a"], frames["mix.m4a"])
+        self.assertGreaterEqual(frames["voice.m4a"], 1.4 * 48000)
+        self.assertGreaterEqual(frames["system.m4a"], 1.4 * 48000)  # silence, but there
+        self.assert_nothing_left()
+
+    def test_log_tells_the_whole_story_in_order(self):
+        result = run("record", "--seconds", "3.5", "--folder", self.work / "r")
+        expected = [r"\[rec\] capture session configured for Virtual Microphone preview=false",
+                    r"\[rec\] startRunning took \d+\.\d\ds running=true",
+                    r"\[rec\] first MIC callback",
+                    r"\[rec\] mic delivering after 0\.\ds callbacks=[1-9]\d*",
+                    r"\[rec\] tap create status=0 id=[1-9]\d*",
+                    r"\[rec\] sys agg status=0 id=[1-9]\d*",
+                    r"\[rec\] sys ioproc=0 start=0",
+                    r"\[rec\] first SYSTEM callback",
+                    r"\[rec\] 3s: micCallbacks=[1-9]\d* sysCallbacks=[1-9]\d* \(sys 0 = silence\)",
+                    r"\[rec\] stopped; micCallbacks=[1-9]\d* sysCallbacks=[1-9]\d*"]
+        # the first microphone block may come before start has logged how long it took
+        self.assertEqual(len(result.stderr.splitlines()), len(expected), result.stderr)
+        for line in expected:
+            self.assertRegex(result.stderr, re.compile(f"^{line}$", re.MULTILINE))
+        log = pathlib.Path(os.environ["HOME"], "Music/Murmelo/debug.log").read_text()
+        for line in result.stderr.splitlines():
+            self.assertRegex(log, r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d \+0000 " + re.escape(line))
+
+    def test_result_for_scripts(self):
+        result = run("record", "--seconds=1", "--json", "--folder", self.work / "r")
+        self.assertEqual(json.loads(result.stdout),
+                         {name.split(".")[0]: str(self.work / "r" / name) for name in FILES})
+
+    def test_without_folder_goes_into_a_new_one_below_the_music_folder(self):
+        result = run("record", "--seconds=1")
+        self.assertRegex(result.stdout.splitlines()[0],
+                         re.escape(os.environ["HOME"]) + r"/Murmelo/recording-\d{4}-\d\d-\d\d-\d{6}/voice\.m4a")
+
+    def test_relative_folder_is_printed_as_an_absolute_one(self):
+        result = run("record", "--seconds=1", "--folder", "here", cwd=self.work)
+        self.assertEqual(result.stdout.splitlines()[0], str(self.work / "here/voice.m4a"))
+
+    def test_termination_signals_stop_in_order(self):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            folder = self.work / number.name
+            recording = Recording("--folder", folder, log=self.work / "log")
+            out = recording.until_said("first SYSTEM callback").end(number)
+            self.assertEqual(recording.process.returncode, 0)
+            self.assertEqual(len(out.splitlines()), 3)
+            self.assertEqual(decoded_frames(folder / "voice.m4a"), decoded_frames(folder / "mix.m4a"))
+        self.assert_nothing_left()
+
+    def test_terminal_shows_levels_and_time_below_the_log(self):
+        ours, theirs = pty.openpty()
+        process = subprocess.Popen([PROGRAM, "record", "--seconds=1", "--folder", self.work / "r"],
+                                   stderr=theirs, stdout=subprocess.DEVNULL, stdin=subprocess.DEVNULL)
+        os.close(theirs)
+        shown = b""
+        try:
+            while piece := os.read(ours, 4096):
+                shown += piece
+        except OSError:  # the terminal's other end is closed
+            pass
+        self.assertEqual(process.wait(LIMIT), 0)
+        os.close(ours)
+        self.assertIn("\r\x1b[KRecording 00:00  You ", shown.decode())
+        self.assertIn("\r\x1b[K[rec] stopped;", shown.decode())
+
+    def test_result_that_cannot_be_printed_leaves_the_recording_whole(self):
+        with open("/dev/full", "w") as full:
+            recording = Recording("--seconds=1", "--folder", self.work / "r", log=self.work / "log", stdout=full)
+            self.assertEqual(recording.process.wait(LIMIT), 1)
+        self.assertEqual(last_line(recording.log.read_text()),
+                         "Could not write to standard output: No space left on device.")
+        self.assertEqual(decoded_frames(self.work / "r/voice.m4a"), decoded_frames(self.work / "r/mix.m4a"))
+
+
+class Failures(TestCase):
+    def test_no_sound_server(self):
+        self.assert_failed(run("record", "--folder", self.work / "r", env=NO_SERVER), NO_MICROPHONE)
+        self.assertFalse((self.work / "r").exists())
+
+    def test_no_sound_server_but_a_microphone_asked_for(self):
+        self.assert_failed(run("record", "--mic", "x", "--folder", self.work / "r", env=NO_SERVER),
+                           "Microphone “x” is not available. Is it connected?")
+
+    def test_unknown_microphone(self):
+        self.assert_failed(run("record", "--mic", "no such", "--folder", self.work / "r"),
+                           "Microphone “no such” is not available. Is it connected?")
+        self.assertFalse((self.work / "r").exists())
+        self.assert_nothing_left()
+
+    def test_loudspeaker_is_no_microphone(self):
+        self.assert_failed(run("record", "--mic", "virtual_loudspeaker", "--folder", self.work / "r"),
+                           "Microphone “virtual_loudspeaker” is not available. Is it connected?")
+
+    def test_folder_that_cannot_be_created(self):
+        (self.work / "file").write_text("")
+        self.assert_failed(run("record", "--folder", self.work / "file/below"),
+                           "Could not create the recording files: Not a directory")
+        self.assert_nothing_left()
+
+    def test_folder_that_holds_a_recording_keeps_it(self):
+        folder = self.work / "r"
+        run("record", "--seconds=1", "--folder", folder)
+        before = {name: (folder / name).read_bytes() for name in FILES}
+        self.assert_failed(run("record", "--seconds=1", "--folder", folder),
+                           "Could not create the recording files: File exists")
+        self.assertEqual({name: (folder / name).read_bytes() for name in FILES}, before)
+
+    @unittest.skipIf(os.geteuid() == 0, "root may write everywhere")
+    def test_folder_that_cannot_be_written(self):
+        (self.work / "r").mkdir(mode=0o500)
+        self.assert_failed(run("record", "--folder", self.work / "r"),
+                           "Could not create the recording files: Permission denied")
+
+
+if __name__ == "__main__":
+    main()
