@@ -2,7 +2,10 @@
 
 setup_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
-say() { printf '\033[1m%s\033[0m\n' "$*" >&2; }
+# say TEXT: in bold on a terminal
+say() {
+  if [[ -t 2 ]]; then printf '\033[1m%s\033[0m\n' "$*" >&2; else printf '%s\n' "$*" >&2; fi
+}
 die() { printf '%s\n' "$*" >&2; exit 1; }
 
 # packages_of SECTION...: their names
