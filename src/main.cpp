@@ -80,6 +80,8 @@ ExitStatus run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
-    std::signal(SIGPIPE, SIG_IGN); // a reader that is gone is an error of the write, not our end
+    // A reader that is gone, or a file that may not grow, is an error of the write and not our end.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
     return static_cast<int>(run(argc, argv));
 }

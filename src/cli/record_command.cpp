@@ -82,6 +82,7 @@ std::optional<std::string> record(Recorder& recorder, const MicChoice& mic, cons
     };
 
     StatusLine line;
+    line.show("Waiting for the microphone");
     if (!start(recorder, mic, options.folder, signals)) return fault;
     const Clock::time_point begin = Clock::now();
     const auto length = std::chrono::duration_cast<Clock::duration>(
