@@ -36,5 +36,8 @@ function(murmelo_test name)
         add_test(NAME ${name} COMMAND ${ARG_WRAPPER} $<TARGET_FILE:${name}>)
         set_tests_properties(${name} PROPERTIES LABELS ${ARG_LABEL} TIMEOUT ${ARG_TIMEOUT}
                              RESOURCE_LOCK ${ARG_LABEL} ENVIRONMENT "${ARG_ENVIRONMENT}")
+        if(ARG_LABEL STREQUAL "device")
+            set_tests_properties(${name} PROPERTIES RUN_SERIAL ON) # sound runs in real time
+        endif()
     endif()
 endfunction()

@@ -16,6 +16,9 @@
 #include "support/wav_file.h"
 
 #include <algorithm>
+#include <iterator>
+#include <optional>
+#include <span>
 #include <thread>
 
 namespace {
@@ -80,18 +83,31 @@ class WholeRecording : public testing::Test {
     Recorder m_recorder;
 };
 
-/// Where the sound begins in what was heard of it; a moment may be missing at the beginning, because the link
-/// to an application comes after its first audio.
-struct Place {
-    std::size_t heard;
-    std::size_t played;
-};
-Place placeOf(const Samples& heard, const Samples& played) {
-    const auto begin = std::find_if(heard.begin(), heard.end(), audible);
-    if (heard.end() - begin < 64) return {0, played.size()};
-    const auto found = std::search(played.begin(), played.end(), begin, begin + 64);
-    return {static_cast<std::size_t>(begin - heard.begin()),
-            static_cast<std::size_t>(found - played.begin())};
+/// From the first audible sample to the last.
+std::span<const float> audiblePart(const Samples& samples) {
+    const auto first = std::find_if(samples.begin(), samples.end(), audible);
+    const auto last = std::find_if(samples.rbegin(), std::make_reverse_iterator(first), audible);
+    return {first, last.base()};
+}
+
+/// How often `heard` jumps ahead in `played`, of which it is an exact copy otherwise, from its first moment
+/// (the link to an application comes after its first audio) to its end. On a machine without real-time
+/// priority the server skips a cycle now and then. Nothing when it is no such copy.
+std::optional<int> jumps(std::span<const float> heard, std::span<const float> played) {
+    constexpr std::size_t recognisable = 64;
+    constexpr std::size_t farthestJump = 4 * 2048;
+    int count = 0;
+    for (std::size_t h = 0, p = 0; h < heard.size(); ++h, ++p) {
+        if (p < played.size() && heard[h] == played[p]) continue;
+        const auto ahead = played.subspan(std::min(p, played.size()));
+        const auto wanted = heard.subspan(h, std::min(recognisable, heard.size() - h));
+        const auto found = std::search(ahead.begin(), ahead.end(), wanted.begin(), wanted.end());
+        if (found == ahead.end() || found - ahead.begin() > static_cast<std::ptrdiff_t>(farthestJump))
+            return {};
+        p += static_cast<std::size_t>(found - ahead.begin());
+        count += h > 0 ? 1 : 0;
+    }
+    return count;
 }
 
 TEST_F(WholeRecording, FilesHoldWhatWasSaidAndPlayed) {
@@ -105,28 +121,23 @@ TEST_F(WholeRecording, FilesHoldWhatWasSaidAndPlayed) {
 
     // System: the application, bit by bit.
     const Samples system = left(systemFileName);
-    const Place place = placeOf(system, sound.left);
-    ASSERT_LT(place.played, 4800U) << "the application's sound is not in the system audio";
-    const std::size_t length = sound.left.size() - place.played;
-    ASSERT_GE(system.size(), place.heard + length);
-    const Samples rightSystem = right(systemFileName);
-    for (std::size_t i = 0; i < length; ++i) {
-        ASSERT_EQ(system[place.heard + i], sound.left[place.played + i]) << i;
-        ASSERT_EQ(rightSystem[place.heard + i], sound.right[place.played + i]) << i;
-    }
+    const auto heard = audiblePart(system);
+    ASSERT_GT(heard.size(), sound.left.size() * 9 / 10);
+    EXPECT_EQ(heard.back(), sound.left.back());
+    EXPECT_LE(jumps(heard, sound.left).value_or(99), 2);
+    EXPECT_LE(jumps(audiblePart(right(systemFileName)), sound.right).value_or(99), 2);
 
     // Mix: their sum. Where the tap was late the microphone stands alone.
     const Samples mix = left(mixFileName);
     ASSERT_EQ(mix.size(), voice.size());
     std::size_t mixed = 0;
     for (std::size_t i = 0; i < mix.size(); ++i) {
-        const float expected =
-            std::clamp(voice[i] + (mixed < length ? system[place.heard + mixed] : 0), -1.0F, 1.0F);
-        const bool isMixed = mixed < length && mix[i] == expected;
+        const bool more = mixed < heard.size();
+        const bool isMixed = more && mix[i] == std::clamp(voice[i] + heard[mixed], -1.0F, 1.0F);
         if (isMixed) ++mixed;
         ASSERT_TRUE(isMixed || mix[i] == voice[i]) << i;
     }
-    EXPECT_EQ(mixed, length);
+    EXPECT_EQ(mixed, heard.size());
 
     // The files: exactly as long, nothing shifted, as loud.
     for (const char* name : {voiceFileName, systemFileName, mixFileName}) {
@@ -139,10 +150,10 @@ TEST_F(WholeRecording, FilesHoldWhatWasSaidAndPlayed) {
         }
     }
     const DecodedAudio decoded = decodeAll(m_folder / systemFileName);
-    const std::size_t sweep = place.heard + Sound::noiseFrames - place.played;
-    const Alignment alignment =
-        align(std::span(system).subspan(sweep + 4800, Sound::sweepFrames - 9600),
-              std::span(decoded.left).subspan(sweep + 4800, Sound::sweepFrames - 9600), 100);
+    const auto sweep = heard.last(Sound::sweepFrames - 9600).first(Sound::sweepFrames - 2 * 9600);
+    const auto decodedSweep =
+        std::span(decoded.left).subspan(static_cast<std::size_t>(sweep.data() - system.data()), sweep.size());
+    const Alignment alignment = align(sweep, decodedSweep, 100);
     EXPECT_EQ(alignment.offset, 0);
     EXPECT_NEAR(alignment.gain, 1.0, 0.02);
 }
