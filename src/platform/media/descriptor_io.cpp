@@ -11,8 +11,7 @@ extern "C" {
 #include <libavutil/mem.h>
 }
 
-DescriptorIo::DescriptorIo(FileHandle file, Direction direction)
-    : m_state(std::make_unique<State>(State{std::move(file)})) {
+DescriptorIo::DescriptorIo(FileHandle file) : m_state(std::make_unique<State>(State{std::move(file)})) {
     constexpr int bufferSize = 32768;
     struct BufferDeleter {
         void operator()(void* memory) const noexcept { av_free(memory); }
@@ -20,21 +19,15 @@ DescriptorIo::DescriptorIo(FileHandle file, Direction direction)
     auto buffer = allocated<std::unique_ptr<unsigned char, BufferDeleter>>(
         static_cast<unsigned char*>(av_malloc(bufferSize)));
     m_context = allocated<IoContextHandle>(avio_alloc_context(
-        buffer.get(), bufferSize, direction == Direction::write ? 1 : 0, m_state.get(),
+        buffer.get(), bufferSize, 0, m_state.get(),
         [](void* state, std::uint8_t* bytes, int size) {
             return static_cast<State*>(state)->read(bytes, size);
         },
-        // FFmpeg 7 made the bytes const: the lambda fits both.
-        [](void* state, auto* bytes, int size) { return static_cast<State*>(state)->write(bytes, size); },
+        nullptr,
         [](void* state, std::int64_t offset, int whence) {
             return static_cast<State*>(state)->seek(offset, whence);
         }));
     static_cast<void>(buffer.release()); // owned by the context
-}
-
-int DescriptorIo::close() {
-    if (!m_state->file.close()) m_state->failed();
-    return m_state->error;
 }
 
 int DescriptorIo::State::read(std::uint8_t* bytes, int size) noexcept {
@@ -44,17 +37,6 @@ int DescriptorIo::State::read(std::uint8_t* bytes, int size) noexcept {
         if (count == 0) return AVERROR_EOF;
         if (errno != EINTR) return failed();
     }
-}
-
-int DescriptorIo::State::write(const std::uint8_t* bytes, int size) noexcept {
-    for (int done = 0; done < size;) {
-        const ssize_t count = ::write(file.get(), bytes + done, static_cast<std::size_t>(size - done));
-        if (count > 0)
-            done += static_cast<int>(count);
-        else if (count == 0 || errno != EINTR)
-            return failed();
-    }
-    return size;
 }
 
 std::int64_t DescriptorIo::State::seek(std::int64_t offset, int whence) noexcept {

@@ -5,21 +5,17 @@
 
 #include <cstdint>
 
-/// Lets FFmpeg read or write a descriptor that we opened: no path is ever taken for an address, and the
-/// system's own error number survives. Used by one thread at a time.
+/// Lets FFmpeg read a descriptor that we opened: no path is ever taken for an address, and the system's own
+/// error number survives. Used by one thread at a time.
 class DescriptorIo {
   public:
-    enum class Direction { read, write };
-
-    DescriptorIo(FileHandle file, Direction direction);
+    explicit DescriptorIo(FileHandle file);
 
     /// For AVFormatContext::pb. Valid as long as this object.
     AVIOContext* context() const { return m_context.get(); }
-    /// The first errno that a read, write or seek met; 0 while all is well. FFmpeg reports some errors late
-    /// and some not at all, so this is what counts.
+    /// The first errno that a read met; 0 while all is well. FFmpeg reports some errors late and some not at
+    /// all, so this is what counts.
     int error() const { return m_state->error; }
-    /// Closes the file; the errno of what failed so far or now, 0 when nothing did.
-    int close();
 
   private:
     /// Has a fixed place in memory: FFmpeg keeps a pointer to it.
@@ -28,7 +24,6 @@ class DescriptorIo {
         int error = 0;
 
         int read(std::uint8_t* bytes, int size) noexcept;
-        int write(const std::uint8_t* bytes, int size) noexcept;
         std::int64_t seek(std::int64_t offset, int whence) noexcept;
         int failed() noexcept;
     };

@@ -35,10 +35,6 @@ void FormatInputDeleter::operator()(AVFormatContext* format) const noexcept {
     avformat_close_input(&format);
 }
 
-void FormatOutputDeleter::operator()(AVFormatContext* format) const noexcept {
-    avformat_free_context(format);
-}
-
 int checked(int result, std::string_view what) {
     if (result >= 0) return result;
     char words[AV_ERROR_MAX_STRING_SIZE] = "";

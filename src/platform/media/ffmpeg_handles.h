@@ -6,7 +6,6 @@
 
 // Declared, not included: FFmpeg's headers stay inside this room.
 struct AVCodecContext;
-struct AVDictionary;
 struct AVFormatContext;
 struct AVFrame;
 struct AVIOContext;
@@ -22,11 +21,8 @@ struct FfmpegDeleter {
     void operator()(AVPacket* packet) const noexcept;
     void operator()(SwrContext* resampler) const noexcept;
 };
-/// A file that is read and one that is written have the same type and different ends.
+/// Of a file that is read: one that is written has the same type and another end.
 struct FormatInputDeleter {
-    void operator()(AVFormatContext* format) const noexcept;
-};
-struct FormatOutputDeleter {
     void operator()(AVFormatContext* format) const noexcept;
 };
 
@@ -36,7 +32,6 @@ using IoContextHandle = std::unique_ptr<AVIOContext, FfmpegDeleter>;
 using PacketHandle = std::unique_ptr<AVPacket, FfmpegDeleter>;
 using ResamplerHandle = std::unique_ptr<SwrContext, FfmpegDeleter>;
 using FormatInputHandle = std::unique_ptr<AVFormatContext, FormatInputDeleter>;
-using FormatOutputHandle = std::unique_ptr<AVFormatContext, FormatOutputDeleter>;
 
 /// Hands a result that is not negative through; turns an AVERROR into Error{"ffmpeg", code, "<what>:
 /// <FFmpeg's words for it>"}.

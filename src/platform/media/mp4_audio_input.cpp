@@ -46,8 +46,7 @@ int refuseToOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary
 } // namespace
 
 Mp4AudioInput::Mp4AudioInput(const std::filesystem::path& path)
-    : m_io(openRegularFile(path), DescriptorIo::Direction::read),
-      m_packet(allocated<PacketHandle>(av_packet_alloc())) {
+    : m_io(openRegularFile(path)), m_packet(allocated<PacketHandle>(av_packet_alloc())) {
     sendFfmpegLogToDebugLog();
     // A few bytes can announce an index of gigabytes. This leaves room for a recording of several days.
     av_max_alloc(std::size_t{1} << 30);

@@ -112,7 +112,7 @@ TEST_F(AacFileWriterTest, ChannelsOfDifferentLengthAreRefused) {
 
 TEST_F(AacFileWriterTest, OtherSettingsAreRefusedAndLeaveNoFile) {
     const auto refused = [&](const AudioFileSettings& settings) {
-        EXPECT_EQ(errnoOf([&] { AacFileWriterFactory().create(folder / "voice.m4a", settings); }), EINVAL);
+        EXPECT_EQ(errnoOf([&] { files.create(folder / "voice.m4a", settings); }), EINVAL);
         EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
     };
     refused({.sampleRate = 44100.0});

@@ -3,7 +3,7 @@
 #include "base/error.h"
 #include "platform/media/aac_encoder.h"
 #include "platform/media/media_fixture.h"
-#include "platform/media/mp4_file.h"
+#include "platform/media/mp4_track_writer.h"
 
 #include <cerrno>
 #include <cmath>
@@ -133,7 +133,8 @@ TEST_F(AudioReaderTest, PaddingOfMoreThanAPacketIsLeftOutToo) {
     stream.initialPadding = 2112; // what another encoder uses: the edit begins inside the third packet
     const std::vector<float> sound = chirp(48000, 200.0, 6000.0, 48000.0);
     {
-        Mp4File file(folder / "padded.m4a", stream);
+        SyncThread disk([](const std::filesystem::path&, const Error&) {});
+        Mp4TrackWriter file(systemFileCalls(), disk, folder / "padded.m4a", stream);
         const AacEncoder::Sink later = [&](AacPacket packet) {
             packet.pts -= 2112 - 1024;
             file.append(packet);

@@ -1,34 +1,52 @@
 #include "base/error.h"
+#include "base/number_text.h"
 #include "platform/media/media_fixture.h"
+#include "support/small_disk.h"
 
 #include <cerrno>
 #include <csignal>
 #include <string>
-#include <sys/mount.h>
 #include <sys/resource.h>
 #include <utility>
 
 namespace {
 
+/// A recording of three files on a disk that has room for about one minute of each.
 class FullDiskTest : public MediaTest {
   protected:
-    /// Writes until it fails; the errno, 0 when a minute of sound found its place.
-    static int writeUntilFull(AudioFileWriter& writer) {
-        const std::vector<float> sound = noise(48000);
-        for (int second = 0; second < 60; ++second) {
-            try {
-                writer.write(sound, sound);
-            } catch (const Error& error) {
-                EXPECT_EQ(error.domain(), "posix");
-                return error.code();
-            }
+    using Writer = std::unique_ptr<AudioFileWriter>;
+
+    /// Writes a second; the errno with which that failed, or 0.
+    int writeSecond(AudioFileWriter& writer) {
+        try {
+            writer.write(m_second, m_second);
+        } catch (const Error& error) {
+            EXPECT_EQ(error.domain(), "posix");
+            return error.code();
         }
         return 0;
+    }
+
+    /// How many seconds went in, at most two minutes, and the errno with which they ended.
+    std::pair<int, int> writeUntilFull(AudioFileWriter& writer) {
+        for (int second = 0; second < 120; ++second)
+            if (const int error = writeSecond(writer); error != 0) return {second, error};
+        return {120, 0};
     }
 
     static std::ptrdiff_t openDescriptors() {
         return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
     }
+
+    /// With one index behind all sound, as any program expects it.
+    static bool isOrdinary(const std::filesystem::path& file) {
+        return contentOf(file).substr(32, 8) == std::string("\0\0\0\x08"
+                                                            "free",
+                                                            8);
+    }
+
+    const std::vector<float> m_second = noise(48000);
+    std::vector<std::string> notices;
 };
 
 /// The largest file that this process may write, for a scope; without the signal that comes with it.
@@ -51,29 +69,28 @@ class FileSizeLimit {
     void (*m_handler)(int);
 };
 
-TEST_F(FullDiskTest, EveryWriteAfterTheFirstFailureFailsTheSameAndClosingIsQuiet) {
+TEST_F(FullDiskTest, FileIsClosedBeforeItsLargestSizeAndEveryLaterWriteFailsTheSame) {
     const std::ptrdiff_t before = openDescriptors();
+    const auto file = folder / "voice.m4a";
     {
-        const FileSizeLimit limit(100000);
-        const auto writer = createFile(folder / "voice.m4a");
-        EXPECT_EQ(writeUntilFull(*writer), EFBIG);
-        EXPECT_EQ(writeUntilFull(*writer), EFBIG);
+        const FileSizeLimit limit(1100000);
+        AacFileWriterFactory factory([&](const std::string& sentence) { notices.push_back(sentence); });
+        const Writer writer = factory.create(file, {});
+        const auto [seconds, error] = writeUntilFull(*writer);
+        EXPECT_EQ(error, EFBIG);
+        EXPECT_GE(seconds, 55);
+        EXPECT_TRUE(isOrdinary(file)) << "closed at once, not only at the end";
+        EXPECT_EQ(writeUntilFull(*writer), std::pair(0, EFBIG));
     }
     EXPECT_EQ(openDescriptors(), before);
-    EXPECT_TRUE(log.messages().empty());
-    EXPECT_EQ(std::filesystem::file_size(folder / "voice.m4a"), 100000U);
-    EXPECT_THROW(Mp4FileInfo().open(folder / "voice.m4a"), Error); // the index comes last
-}
-
-TEST_F(FullDiskTest, FailureThatShowsOnlyAtTheEndIsLogged) {
-    {
-        const FileSizeLimit limit(1000);
-        const std::vector<float> sound = noise(2000); // stays inside the encoder until the end
-        createFile(folder / "voice.m4a")->write(sound, sound);
-    }
-    ASSERT_EQ(log.messages().size(), 1U);
-    EXPECT_EQ(log.messages().front(),
-              "[rec] closing voice.m4a failed: Error Domain=posix Code=27 \"File too large\"");
+    const double length = static_cast<double>(Mp4FileInfo().open(file).frames) / 48000;
+    EXPECT_GE(length, 55.0);
+    EXPECT_EQ(decodeAll(file).left.size(), static_cast<std::size_t>(Mp4FileInfo().open(file).frames));
+    const std::string end = minutesAndSeconds(length);
+    EXPECT_EQ(log.messages(), std::vector{"[rec] voice.m4a ends at " + end +
+                                          ": Error Domain=posix Code=27 \"File too large\""});
+    EXPECT_EQ(notices, std::vector{"The disk is full. The recording ends at " + end +
+                                   ", and everything up to there is saved."});
 }
 
 TEST_F(FullDiskTest, FileThatCannotEvenBeginIsRemoved) {
@@ -87,31 +104,38 @@ TEST_F(FullDiskTest, FileThatCannotEvenBeginIsRemoved) {
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
-/// A file system of 64 KiB, for a scope; where this process may mount one.
-class SmallDisk {
-  public:
-    explicit SmallDisk(std::filesystem::path place) : m_place(std::move(place)) {
-        std::filesystem::create_directory(m_place);
-        m_mounted = mount("murmelo-test", m_place.c_str(), "tmpfs", 0, "size=65536") == 0;
-    }
-    ~SmallDisk() {
-        if (m_mounted) umount2(m_place.c_str(), MNT_DETACH);
-    }
-    SmallDisk(const SmallDisk&) = delete;
-    SmallDisk& operator=(const SmallDisk&) = delete;
-
-    bool mounted() const { return m_mounted; }
-
-  private:
-    std::filesystem::path m_place;
-    bool m_mounted = false;
-};
-
-TEST_F(FullDiskTest, FullFileSystemIsNamedByTheSystem) {
-    const SmallDisk disk(folder / "disk");
+TEST_F(FullDiskTest, LessRoomThanForAMinuteIsAnErrorAndLeavesNoFile) {
+    const SmallDisk disk(folder / "disk", 900);
     if (!disk.mounted()) GTEST_SKIP() << "only root may mount a small file system";
-    const auto writer = createFile(folder / "disk" / "voice.m4a");
-    EXPECT_EQ(writeUntilFull(*writer), ENOSPC);
+    try {
+        createFile(disk / "voice.m4a");
+        ADD_FAILURE() << "created";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.printed(), "Error Domain=posix Code=28 \"No space left on device\"");
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(folder / "disk"));
+}
+
+TEST_F(FullDiskTest, AllThreeFilesAreClosedOrdinaryAndPlayableBeforeTheDiskIsFullAndTheUserIsToldOnce) {
+    const SmallDisk disk(folder / "disk", 3400);
+    if (!disk.mounted()) GTEST_SKIP() << "only root may mount a small file system";
+    AacFileWriterFactory factory([&](const std::string& sentence) { notices.push_back(sentence); });
+    const std::vector<std::string> names{"voice.m4a", "system.m4a", "mix.m4a"};
+    std::vector<Writer> writers;
+    for (const std::string& name : names) writers.push_back(factory.create(disk / name, {}));
+    for (int second = 0; second < 70; ++second)
+        for (const Writer& writer : writers) writeSecond(*writer);
+    for (const Writer& writer : writers) EXPECT_EQ(writeSecond(*writer), ENOSPC);
+
+    for (const std::string& name : names) {
+        EXPECT_TRUE(isOrdinary(disk / name)) << name;
+        EXPECT_GE(Mp4FileInfo().open(disk / name).frames, 55 * 48000) << name;
+        EXPECT_EQ(decodeAll(disk / name).left.size(),
+                  static_cast<std::size_t>(Mp4FileInfo().open(disk / name).frames));
+    }
+    EXPECT_EQ(log.messages().size(), 3U);
+    ASSERT_EQ(notices.size(), 1U);
+    EXPECT_TRUE(notices[0].starts_with("The disk is full. The recording ends at 0")) << notices[0];
 }
 
 } // namespace

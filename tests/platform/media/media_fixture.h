@@ -19,7 +19,7 @@
 class MediaTest : public testing::Test {
   protected:
     std::unique_ptr<AudioFileWriter> createFile(const std::filesystem::path& file) {
-        return AacFileWriterFactory().create(file, AudioFileSettings{});
+        return files.create(file, AudioFileSettings{});
     }
 
     /// A finished file, written in calls of `block` frames.
@@ -46,4 +46,5 @@ class MediaTest : public testing::Test {
 
     LogCapture log;
     TemporaryFolder folder;
+    AacFileWriterFactory files;
 };
