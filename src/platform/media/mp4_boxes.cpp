@@ -1,127 +1,10 @@
 #include "platform/media/mp4_boxes.h"
 
+#include "platform/media/mp4_movie_boxes.h"
+
 #include <algorithm>
 
 namespace {
-
-/// The descriptors of 14496-1 (7.2.2) have lengths of up to four bytes, seven bits each; four are always
-/// right.
-void descriptor(BoxBuffer& out, unsigned tag, std::size_t length) {
-    out.u8(tag);
-    for (const int shift : {21, 14, 7}) out.u8(0x80 | (length >> shift & 0x7f));
-    out.u8(length & 0x7f);
-}
-
-void unityMatrix(BoxBuffer& out) {
-    for (const std::uint64_t value : {0x10000, 0, 0, 0, 0x10000, 0, 0, 0, 0x40000000}) out.u32(value);
-}
-
-/// 14496-12, 8.2.2. All times of a file count samples: edits and lengths are exact. Version 1 has room for
-/// more than a day of them.
-void movieHeader(BoxBuffer& out, const AacStream& stream, std::uint64_t frames) {
-    out.fullBox("mvhd", 1, 0, [&] {
-        out.u64(0); // creation and change are the file system's to know
-        out.u64(0);
-        out.u32(static_cast<std::uint64_t>(stream.sampleRate));
-        out.u64(frames);
-        out.u32(0x10000); // normal speed
-        out.u16(0x100);   // full volume
-        out.zeros(10);
-        unityMatrix(out);
-        out.zeros(24);
-        out.u32(2); // the next track's number
-    });
-}
-
-void trackHeader(BoxBuffer& out, std::uint64_t frames) {
-    constexpr unsigned enabledInMovieAndPreview = 7;
-    out.fullBox("tkhd", 1, enabledInMovieAndPreview, [&] {
-        out.u64(0);
-        out.u64(0);
-        out.u32(1); // track number
-        out.u32(0);
-        out.u64(frames);
-        out.zeros(8);
-        out.u16(0);
-        out.u16(1);     // alternate group: of audio
-        out.u16(0x100); // full volume
-        out.u16(0);
-        unityMatrix(out);
-        out.zeros(8);
-    });
-}
-
-/// 8.6.6: leaves out the encoder's padding. Length 0 means up to the end, fragments included.
-void editList(BoxBuffer& out, const AacStream& stream, std::uint64_t frames) {
-    out.box("edts", [&] {
-        out.fullBox("elst", 1, 0, [&] {
-            out.u32(1);
-            out.u64(frames);
-            out.u64(static_cast<std::uint64_t>(stream.initialPadding));
-            out.u32(0x10000);
-        });
-    });
-}
-
-void mediaHeaders(BoxBuffer& out, const AacStream& stream, std::uint64_t samples) {
-    out.fullBox("mdhd", 1, 0, [&] {
-        out.u64(0);
-        out.u64(0);
-        out.u32(static_cast<std::uint64_t>(stream.sampleRate));
-        out.u64(samples);
-        out.u16(0x55c4); // language "und"
-        out.u16(0);
-    });
-    out.fullBox("hdlr", 0, 0, [&] {
-        out.u32(0);
-        out.text("soun");
-        out.zeros(12);
-        out.text(std::string_view("SoundHandler\0", 13));
-    });
-}
-
-void dataIsInThisFile(BoxBuffer& out) {
-    out.fullBox("smhd", 0, 0, [&] { out.u32(0); });
-    out.box("dinf", [&] {
-        out.fullBox("dref", 0, 0, [&] {
-            out.u32(1);
-            out.fullBox("url ", 0, 1, [] {});
-        });
-    });
-}
-
-/// 14496-14, 5.6: the sample entry with the decoder's configuration.
-void sampleDescription(BoxBuffer& out, const AacStream& stream) {
-    const std::size_t config = stream.audioSpecificConfig.size();
-    out.fullBox("stsd", 0, 0, [&] {
-        out.u32(1);
-        out.box("mp4a", [&] {
-            out.zeros(6);
-            out.u16(1); // data reference
-            out.zeros(8);
-            out.u16(static_cast<std::uint64_t>(stream.channels));
-            out.u16(16); // bits per sample, by definition
-            out.u32(0);
-            out.u32(static_cast<std::uint64_t>(stream.sampleRate) << 16);
-            out.fullBox("esds", 0, 0, [&] {
-                descriptor(out, 0x03, 3 + 5 + 13 + 5 + config + 5 + 1); // ES_Descriptor
-                out.u16(1);
-                out.u8(0);
-                descriptor(out, 0x04, 13 + 5 + config); // DecoderConfigDescriptor
-                out.u8(0x40);                           // MPEG-4 audio
-                out.u8(0x15);                           // an audio stream
-                out.u24(0);
-                out.u32(static_cast<std::uint64_t>(stream.bitRate));
-                out.u32(static_cast<std::uint64_t>(stream.bitRate));
-                descriptor(out, 0x05, config); // DecoderSpecificInfo
-                out.bytes.insert(out.bytes.end(), stream.audioSpecificConfig.begin(),
-                                 stream.audioSpecificConfig.end());
-                descriptor(out, 0x06, 1); // SLConfigDescriptor
-                out.u8(2);
-            });
-        });
-    });
-}
 
 void emptyTables(BoxBuffer& out) {
     out.fullBox("stts", 0, 0, [&] { out.u32(0); });
@@ -181,37 +64,6 @@ void rollDistance(BoxBuffer& out, std::uint64_t packets) {
 }
 
 } // namespace
-
-void BoxBuffer::number(std::uint64_t value, std::size_t size) {
-    while (size-- > 0) bytes.push_back(static_cast<std::uint8_t>(value >> (8 * size)));
-}
-
-void BoxBuffer::putSize(std::size_t begin, std::uint64_t following) {
-    const std::uint64_t size = bytes.size() - begin + following;
-    for (std::size_t i = 0; i < 4; ++i) bytes[begin + i] = static_cast<std::uint8_t>(size >> (24 - 8 * i));
-}
-
-std::uint64_t bigEndian(std::span<const std::uint8_t> bytes, std::size_t at, std::size_t count) {
-    if (at > bytes.size() || count > bytes.size() - at) return 0;
-    std::uint64_t value = 0;
-    for (const std::uint8_t byte : bytes.subspan(at, count)) value = value << 8 | byte;
-    return value;
-}
-
-std::span<const std::uint8_t> contentOfBox(std::span<const std::uint8_t> boxes,
-                                           std::initializer_list<std::string_view> path) {
-    for (const std::string_view wanted : path) {
-        for (;;) {
-            const std::uint64_t size = bigEndian(boxes, 0, 4);
-            if (size < 8 || boxes.size() < 8) return {};
-            const bool found = std::equal(wanted.begin(), wanted.end(), boxes.begin() + 4);
-            const auto within = boxes.first(std::min<std::uint64_t>(size, boxes.size()));
-            boxes = found ? within.subspan(8) : boxes.subspan(within.size());
-            if (found) break;
-        }
-    }
-    return boxes;
-}
 
 std::vector<std::uint8_t> openHole() {
     BoxBuffer out;
@@ -286,7 +138,9 @@ std::optional<AacStream> streamOfHead(std::span<const std::uint8_t> bytes) {
                            {config.begin(), config.end()}};
     // Where all these came from is as good as any guess: what counts is that our head has these bytes.
     const std::vector<std::uint8_t> head = fileHead(stream);
-    const bool ours = bytes.size() >= head.size() &&
+    const bool ours = stream.sampleRate == AacEncoder::sampleRate &&
+                      stream.channels == AacEncoder::channels && stream.bitRate == AacEncoder::bitRate &&
+                      bytes.size() >= head.size() &&
                       std::equal(head.begin(), head.begin() + holeOffset, bytes.begin()) &&
                       std::equal(head.begin() + holeOffset + holeSize, head.end(), afterHole.begin());
     return ours ? std::optional(stream) : std::nullopt;

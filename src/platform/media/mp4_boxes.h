@@ -1,64 +1,16 @@
 #pragma once
 
 #include "platform/media/aac_encoder.h"
+#include "platform/media/box_buffer.h"
 
 #include <cstdint>
-#include <initializer_list>
 #include <optional>
 #include <span>
-#include <string_view>
 #include <vector>
 
 /// Boxes of ISO/IEC 14496-12 and 14496-14 for a file with one AAC track. Everything here is a pure function
 /// of its arguments; the same arguments give the same bytes for ever, because recovery recognises files by
 /// them.
-
-/// Bytes in the making: numbers are big-endian, boxes nest.
-class BoxBuffer {
-  public:
-    std::vector<std::uint8_t> bytes;
-
-    void u8(std::uint64_t value) { number(value, 1); }
-    void u16(std::uint64_t value) { number(value, 2); }
-    void u24(std::uint64_t value) { number(value, 3); }
-    void u32(std::uint64_t value) { number(value, 4); }
-    void u64(std::uint64_t value) { number(value, 8); }
-    void zeros(std::size_t count) { bytes.insert(bytes.end(), count, 0); }
-    void text(std::string_view text) { bytes.insert(bytes.end(), text.begin(), text.end()); }
-
-    /// A box of that type around what `content` adds, with its size in front. `following` bytes that will be
-    /// written behind this buffer belong to the box as well.
-    template <typename Content>
-    void box(std::string_view type, const Content& content, std::uint64_t following = 0) {
-        const std::size_t begin = bytes.size();
-        u32(0);
-        text(type);
-        content();
-        putSize(begin, following);
-    }
-    /// A box with version and flags (14496-12, 4.2).
-    template <typename Content>
-    void fullBox(std::string_view type, unsigned version, unsigned flags, const Content& content) {
-        box(type, [&] {
-            u8(version);
-            u24(flags);
-            content();
-        });
-    }
-
-    /// The number in so many bytes.
-    void number(std::uint64_t value, std::size_t size);
-
-  private:
-    void putSize(std::size_t begin, std::uint64_t following);
-};
-
-/// The number in so many bytes, at most eight, from that place on; 0 when they are not all there.
-std::uint64_t bigEndian(std::span<const std::uint8_t> bytes, std::size_t at, std::size_t count);
-/// What is inside a box, which is found by the types of the boxes around it and its own; as much of it as is
-/// there, so nothing when it is missing. Full boxes begin with their version and flags.
-std::span<const std::uint8_t> contentOfBox(std::span<const std::uint8_t> boxes,
-                                           std::initializer_list<std::string_view> path);
 
 inline constexpr std::uint64_t samplesPerPacket = 1024; ///< of AAC-LC
 
@@ -85,7 +37,8 @@ std::vector<std::uint8_t> fragmentHead(std::uint32_t sequence, std::uint64_t fir
 constexpr std::uint64_t fragmentHeadSize(std::uint64_t packets) {
     return 96 + 4 * packets;
 }
-inline constexpr std::size_t fragmentCountOffset = 80; ///< of the number of packets, in four bytes
+inline constexpr std::size_t mostPacketsInFragment = 4096; ///< of what we write and what we believe
+inline constexpr std::size_t fragmentCountOffset = 80;     ///< of the number of packets, in four bytes
 
 /// Fragments with the same number of packets each (14496-12, 8.7.4).
 struct PacketRun {

@@ -125,5 +125,5 @@ std::optional<std::uint64_t> Mp4Track::framesOfIndex(const OutputFile& file) con
         same = same && file.read(found, at) && std::equal(piece.begin(), piece.end(), found.begin());
         at += piece.size();
     });
-    return same && at == file.size() ? std::optional(frames) : std::nullopt;
+    return same && at == file.size() && frames <= wholeFrames() ? std::optional(frames) : std::nullopt;
 }

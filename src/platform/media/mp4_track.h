@@ -11,7 +11,7 @@ class OutputFile;
 
 /// What is known of a file with one AAC track while it grows: its head, its fragments and the sizes of their
 /// packets. Knows how the file is closed; recording and recovery close with the same step. Takes two bytes of
-/// memory for each packet. Used by one thread at a time.
+/// memory for each packet. Used by one thread at a time. What is read from files is not trusted.
 class Mp4Track {
   public:
     explicit Mp4Track(AacStream stream);
@@ -38,6 +38,13 @@ class Mp4Track {
     /// How many samples count after the index that a file has: when that is, from the fragments to the end of
     /// the file, exactly the one that close() writes. Throws Error when the file cannot be read.
     std::optional<std::uint64_t> framesOfIndex(const OutputFile& file) const;
+
+    /// The fragments that a file of that stream has: all whole ones in a row from the first on.
+    static Mp4Track fromFragments(const AacStream& stream, const OutputFile& file);
+    /// The fragments of which an index tells that a file of that stream has there. Nothing when it is not an
+    /// index of ours or not for this place; framesOfIndex knows for certain.
+    static std::optional<Mp4Track> fromIndex(const AacStream& stream, const OutputFile& file,
+                                             std::uint64_t indexOffset);
 
   private:
     /// Calls `write` with the index piece by piece.

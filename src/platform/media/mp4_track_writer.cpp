@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::size_t packetsPerFragment = 47; // 1.003 s at 48 kHz
 constexpr std::size_t mostWaitingPackets = 60 * packetsPerFragment;
+static_assert(mostWaitingPackets <= mostPacketsInFragment);
 // ISO/IEC 14496-3 allows 768 bytes for a packet of one channel; ours take 341 for both.
 constexpr std::uint64_t largestFragment = fragmentHeadSize(packetsPerFragment) + packetsPerFragment * 2 * 768;
 

@@ -162,9 +162,9 @@ OutputFile::Times OutputFile::times() const {
     return {now.st_atim, now.st_mtim};
 }
 
-void OutputFile::setTimes(const Times& times) {
+void OutputFile::restoreTimes(const Times& times) noexcept {
     const timespec both[2] = {times.read, times.modified};
-    checked([&] { return m_calls->futimens(m_handle.get(), both); });
+    m_calls->futimens(m_handle.get(), both);
 }
 
 void OutputFile::remove() noexcept {

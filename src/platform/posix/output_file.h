@@ -52,7 +52,8 @@ class OutputFile {
         timespec modified;
     };
     Times times() const;
-    void setTimes(const Times& times);
+    /// As far as the file system lets us.
+    void restoreTimes(const Times& times) noexcept;
 
     /// Takes the file out of its folder; it stays open.
     void remove() noexcept;
