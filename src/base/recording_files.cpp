@@ -52,12 +52,15 @@ std::filesystem::path musicFolder(const std::filesystem::path& home,
     return music;
 }
 
-std::filesystem::path recordingsFolder() {
+std::filesystem::path placeOfRecordings() {
     const std::filesystem::path home = homeFolder();
     const char* configHome = std::getenv("XDG_CONFIG_HOME");
     const bool absolute = configHome != nullptr && *configHome == '/';
-    std::filesystem::path folder =
-        musicFolder(home, absolute ? std::filesystem::path(configHome) : home / ".config") / "Murmelo";
+    return musicFolder(home, absolute ? std::filesystem::path(configHome) : home / ".config") / "Murmelo";
+}
+
+std::filesystem::path recordingsFolder() {
+    std::filesystem::path folder = placeOfRecordings();
     std::error_code ignored;
     std::filesystem::create_directories(folder, ignored);
     return folder;

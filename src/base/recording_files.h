@@ -16,8 +16,11 @@ inline constexpr const char* transcriptFileName = "transcript.txt";
 /// convention's way to say "none"), it is the home folder.
 std::filesystem::path musicFolder(const std::filesystem::path& home, const std::filesystem::path& configHome);
 
-/// The user's music folder with "Murmelo" appended. Every call tries to create it; a failure is ignored (the
-/// recording that then fails says why).
+/// The user's music folder with "Murmelo" appended, whether it is there or not.
+std::filesystem::path placeOfRecordings();
+
+/// The same folder. Every call tries to create it; a failure is ignored (the recording that then fails says
+/// why).
 std::filesystem::path recordingsFolder();
 
 /// "recording-" and the local time as yyyy-MM-dd-HHmmss in ASCII digits. Two starts within a second give the

@@ -51,6 +51,14 @@ TEST(RecordingsFolder, IsCreatedAtEachAccess) {
     EXPECT_TRUE(std::filesystem::is_directory(home / "Murmelo"));
 }
 
+TEST(PlaceOfRecordings, IsTheSameFolderAndIsNotCreated) {
+    TemporaryFolder home;
+    ScopedEnvironment homeVariable("HOME", home.path());
+    ScopedEnvironment configVariable("XDG_CONFIG_HOME", std::nullopt);
+    EXPECT_EQ(placeOfRecordings(), home / "Murmelo");
+    EXPECT_FALSE(std::filesystem::exists(home / "Murmelo"));
+}
+
 TEST(RecordingsFolder, IsReturnedEvenWhenItCannotBeCreated) {
     TemporaryFolder home;
     writeFile(home / "Murmelo", "a file in the way");
