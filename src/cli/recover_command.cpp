@@ -1,0 +1,89 @@
+#include "cli/recover_command.h"
+
+#include "base/number_text.h"
+#include "base/recording_files.h"
+#include "cli/arguments.h"
+#include "cli/json_text.h"
+#include "cli/output.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+using State = RecoveredFile::State;
+
+const char* name(State state) {
+    switch (state) {
+    case State::whole:
+        return "whole";
+    case State::mended:
+        return "mended";
+    case State::mendable:
+        return "mendable";
+    case State::inUse:
+        return "in use";
+    case State::foreign:
+        return "foreign";
+    case State::failed:
+        return "failed";
+    }
+    return "";
+}
+
+bool hasLength(const RecoveredFile& file) {
+    return file.state == State::whole || file.state == State::mended || file.state == State::mendable;
+}
+
+std::string asJson(const std::vector<RecoveredFile>& files) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const RecoveredFile& file : files) {
+        nlohmann::ordered_json entry{{"path", file.path.string()}, {"state", name(file.state)}};
+        if (hasLength(file)) entry["seconds"] = file.seconds;
+        if (!file.reason.empty()) entry["reason"] = file.reason;
+        list.push_back(std::move(entry));
+    }
+    return jsonText(list) + "\n";
+}
+
+std::string asTable(const std::vector<RecoveredFile>& files) {
+    std::string table;
+    for (const RecoveredFile& file : files) {
+        char columns[64];
+        std::snprintf(columns, sizeof columns, "%-8s  %7s  ", name(file.state),
+                      hasLength(file) ? minutesAndSeconds(file.seconds).c_str() : "");
+        table += columns + file.path.string() + (file.reason.empty() ? "" : "  " + file.reason) + "\n";
+    }
+    return table;
+}
+
+} // namespace
+
+ExitStatus recoverCommand(int argc, char** argv, RecordingRecovery& recovery) {
+    const Arguments arguments(argc, argv,
+                              {{"dry-run", Arguments::Value::none}, {"json", Arguments::Value::none}});
+    if (!arguments.fault().empty()) return reportUsage(arguments.fault());
+
+    std::vector<std::filesystem::path> folders;
+    for (const std::string& folder : arguments.operands()) {
+        folders.push_back(std::filesystem::absolute(folder));
+        std::error_code ignored;
+        if (!std::filesystem::is_directory(folders.back(), ignored))
+            return reportFailure("There is no folder “" + folders.back().string() + "”.");
+    }
+    if (folders.empty()) folders.push_back(placeOfRecordings());
+
+    const auto mode =
+        arguments.has("dry-run") ? RecordingRecovery::Mode::onlyLook : RecordingRecovery::Mode::mend;
+    std::vector<RecoveredFile> files;
+    for (const std::filesystem::path& folder : folders) {
+        const std::vector<RecoveredFile> found = recovery.recover(folder, mode);
+        files.insert(files.end(), found.begin(), found.end());
+    }
+    const ExitStatus printed = printResult(arguments.has("json") ? asJson(files) : asTable(files));
+    const auto failed = std::count_if(files.begin(), files.end(),
+                                      [](const RecoveredFile& file) { return file.state == State::failed; });
+    if (printed != ExitStatus::done || failed == 0) return printed;
+    return reportFailure(failed == 1 ? "One file could not be mended."
+                                     : std::to_string(failed) + " files could not be mended.");
+}
