@@ -1,0 +1,46 @@
+// Reading of any file whatsoever: it is refused with an error, or yields as many finite samples as it
+// announces.
+
+#include "platform/media/audio_reader.h"
+
+#include "base/error.h"
+#include "fuzz/fuzzed_file.h"
+#include "platform/media/mp4_file_info.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+/// More than this of a small file is silence in the place of damaged packets, and only takes time.
+constexpr std::int64_t longest = 48000 * 60;
+
+struct Enough {};
+
+void read(const std::filesystem::path& file) {
+    const std::int64_t announced = Mp4FileInfo().open(file).frames;
+    std::int64_t read = 0;
+    AudioReader(file).readAll([&](std::span<const float> left, std::span<const float> right) {
+        const auto finite = [](float sample) { return std::isfinite(sample); };
+        if (left.size() != right.size() || !std::all_of(left.begin(), left.end(), finite)) std::abort();
+        read += static_cast<std::int64_t>(left.size());
+        if (read > longest) throw Enough();
+    });
+    if (read != announced) std::abort();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
+    static FuzzedFile file;
+    file.fill(bytes, count);
+    try {
+        read(file.path());
+    } catch (const Error&) {          // refused
+    } catch (const std::bad_alloc&) { // an index of gigabytes was announced
+    } catch (const Enough&) {
+    }
+    return 0;
+}
