@@ -4,12 +4,14 @@
 #include "cli/mics_command.h"
 #include "cli/output.h"
 #include "cli/record_command.h"
+#include "cli/recover_command.h"
 #include "cli/termination_signals.h"
 #include "cli/transcribe_command.h"
 #include "cli/usage.h"
 #include "platform/media/aac_file_writer.h"
 #include "platform/media/ffmpeg_log.h"
 #include "platform/media/mp4_file_info.h"
+#include "platform/media/mp4_recovery.h"
 #include "platform/pipewire/connection.h"
 #include "platform/pipewire/pipewire_devices.h"
 #include "platform/pipewire/pipewire_mic_source.h"
@@ -55,10 +57,12 @@ struct Speech {
 ExitStatus runSubcommand(const std::string& name, int argc, char** argv) {
     TerminationSignals signals; // before the first thread
     sendFfmpegLogToDebugLog();
+    Mp4Recovery recovery;
+    if (name == "recover") return recoverCommand(argc, argv, recovery);
     ThreadQueue timers("timers");
     if (name == "transcribe") {
         Speech speech(timers);
-        return transcribeCommand(argc, argv, speech.transcriber, signals);
+        return transcribeCommand(argc, argv, recovery, speech.transcriber, signals);
     }
     Sound sound;
     sound.connection.connect(); // the devices answer from what it has seen
@@ -72,8 +76,8 @@ ExitStatus run(int argc, char** argv) {
     const std::string first = argc > 1 ? argv[1] : "";
     if (first == "--help" || first == "-h") return printResult(usageText);
     if (first == "--version") return printResult("murmelo " MURMELO_VERSION "\n");
-    if (first == "record" || first == "transcribe" || first == "mics")
-        return runSubcommand(first, argc - 1, argv + 1);
+    for (const char* name : {"record", "transcribe", "mics", "recover"})
+        if (first == name) return runSubcommand(first, argc - 1, argv + 1);
     return reportUsage(first.empty() ? "What shall Murmelo do?" : "Murmelo does not know “" + first + "”.");
 }
 

@@ -6,7 +6,8 @@
 #include "cli/output.h"
 #include "cli/transcription_job.h"
 
-ExitStatus transcribeCommand(int argc, char** argv, Transcriber& transcriber, TerminationSignals& signals) {
+ExitStatus transcribeCommand(int argc, char** argv, RecordingRecovery& recovery, Transcriber& transcriber,
+                             TerminationSignals& signals) {
     const Arguments arguments(argc, argv, {{"json", Arguments::Value::none}});
     if (!arguments.fault().empty()) return reportUsage(arguments.fault());
     if (arguments.operands().size() != 1) return reportUsage("Which recording? Name its folder.");
@@ -15,6 +16,7 @@ ExitStatus transcribeCommand(int argc, char** argv, Transcriber& transcriber, Te
     std::error_code ignored;
     if (!std::filesystem::is_directory(folder, ignored))
         return reportFailure("There is no folder “" + folder.string() + "”.");
+    recovery.recover(folder, RecordingRecovery::Mode::mend); // what cannot be mended may still be readable
     try {
         const std::filesystem::path transcript = transcribeOnTerminal(transcriber, signals, folder);
         return printResult(arguments.has("json") ? jsonText({{"transcript", transcript.string()}}) + "\n"

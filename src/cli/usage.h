@@ -14,6 +14,9 @@ Usage:
         --transcribe   write transcript.txt beside the files and print its path too
   murmelo transcribe FOLDER [--json]
       Writes transcript.txt for the recording in FOLDER and prints its path.
+  murmelo recover [FOLDER…] [--dry-run] [--json]
+      Mends recordings whose program was killed or lost its power: those in the FOLDERs, or all in your music
+      folder. With --dry-run it only looks. It never deletes, and never touches a file that is in use.
   murmelo mics [--json]
       Lists the microphones; the automatic choice is marked with *.
   murmelo --help, murmelo --version

@@ -26,7 +26,7 @@ class Usage(TestCase):
     def test_help_names_every_subcommand(self):
         result = run("--help")
         self.assertEqual((result.returncode, result.stderr), (0, ""))
-        for word in ["murmelo record", "murmelo transcribe", "murmelo mics", "--json", "--seconds", "--folder"]:
+        for word in ["murmelo record", "murmelo transcribe", "murmelo recover", "murmelo mics", "--json", "--seconds", "--folder"]:
             self.assertIn(word, result.stdout)
 
     def test_version_is_one_line(self):
@@ -146,6 +146,22 @@ class Recordings(TestCase):
         self.assertEqual(last_line(recording.log.read_text()),
                          "Could not write to standard output: No space left on device.")
         self.assertEqual(decoded_frames(self.work / "r/voice.m4a"), decoded_frames(self.work / "r/mix.m4a"))
+
+
+class Kills(TestCase):
+    def test_killed_recording_is_mended_to_its_last_second(self):
+        folder = self.work / "r"
+        recording = Recording("--folder", folder, log=self.work / "log").until_said("[rec] 3s:")
+        self.assertEqual(json.loads(run("recover", "--json", folder).stdout)[0]["state"], "in use")
+        recording.end(signal.SIGKILL)
+        mended = json.loads(run("recover", "--json", folder).stdout)
+        self.assertEqual([(pathlib.Path(file["path"]).name, file["state"]) for file in mended],
+                         [(name, "mended") for name in FILES])
+        for file in mended:
+            self.assertGreater(file["seconds"], 1.5)
+            self.assertEqual(decoded_frames(file["path"]), round(file["seconds"] * 48000))
+        again = json.loads(run("recover", "--json", folder).stdout)
+        self.assertEqual([file["state"] for file in again], ["whole"] * 3)
 
 
 class Failures(TestCase):
