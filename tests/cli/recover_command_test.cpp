@@ -29,6 +29,7 @@ class RecoverCommandTest : public testing::Test {
     ExitStatus run(std::vector<std::string> words) {
         words.insert(words.begin(), "recover");
         std::vector<char*> argv;
+        argv.reserve(words.size() + 1);
         for (std::string& word : words) argv.push_back(word.data());
         argv.push_back(nullptr);
         testing::internal::CaptureStdout();
