@@ -15,7 +15,7 @@
 namespace {
 
 /// More than this of a small file is silence in the place of damaged packets, and only takes time.
-constexpr std::int64_t longest = 48000 * 60;
+constexpr std::int64_t longest = 2880000; // frames, a minute
 
 struct Enough {};
 

@@ -27,7 +27,7 @@ int main(int, char** argv) {
     for (int number = 0; number < RecorderProgress::mostFiles; ++number) {
         progress.file = number;
         const auto writer = factory.create(folder / (std::to_string(number) + ".m4a"), {});
-        const std::int64_t length = random() % (48000 * 8);
+        const std::int64_t length = random() % 384000;
         while (progress.frames[number] < length) {
             const std::span<const float> block(sound.data(), 256 + random() % 1024);
             writer->write(block, block);

@@ -122,6 +122,7 @@ TEST_F(FullDiskTest, AllThreeFilesAreClosedOrdinaryAndPlayableBeforeTheDiskIsFul
     AacFileWriterFactory factory([&](const std::string& sentence) { notices.push_back(sentence); });
     const std::vector<std::string> names{"voice.m4a", "system.m4a", "mix.m4a"};
     std::vector<Writer> writers;
+    writers.reserve(names.size());
     for (const std::string& name : names) writers.push_back(factory.create(disk / name, {}));
     for (int second = 0; second < 70; ++second)
         for (const Writer& writer : writers) writeSecond(*writer);

@@ -36,6 +36,8 @@ class KillTest : public testing::Test {
         EXPECT_NE(m_memory, MAP_FAILED);
     }
     ~KillTest() override { munmap(m_memory, sizeof(RecorderProgress)); }
+    KillTest(const KillTest&) = delete;
+    KillTest& operator=(const KillTest&) = delete;
 
     const RecorderProgress& progress() const { return *static_cast<const RecorderProgress*>(m_memory); }
 

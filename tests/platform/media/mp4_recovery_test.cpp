@@ -34,7 +34,7 @@ class Mp4RecoveryTest : public MediaTest {
     /// what was said.
     RecoveredFile recovered(const std::string& content) {
         writeFile(damaged, content);
-        const RecoveredFile result = recovery.recoverFile(damaged, Mode::mend);
+        RecoveredFile result = recovery.recoverFile(damaged, Mode::mend);
         const std::string after = contentOf(damaged);
         if (result.state == State::mended || result.state == State::whole) {
             EXPECT_EQ(Mp4FileInfo().open(damaged).frames, frames(result));

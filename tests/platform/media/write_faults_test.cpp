@@ -14,7 +14,7 @@ namespace {
 
 using State = RecoveredFile::State;
 
-constexpr int seconds = 4;
+constexpr std::int64_t seconds = 4;
 
 class WriteFaultsTest : public MediaTest {
   protected:
@@ -68,7 +68,8 @@ TEST_F(WriteFaultsTest, AnyCallMayFailOnceOrForEverAndTheFileHoldsWhatWasStoredB
                     if (!made) {
                         ASSERT_FALSE(std::filesystem::exists(file)) << what;
                     } else {
-                        const std::int64_t stored = std::max(calls.fragments() * 47 * 1024 - 1024, 0);
+                        const std::int64_t stored =
+                            std::max<std::int64_t>(std::int64_t{calls.fragments()} * 47 * 1024 - 1024, 0);
                         ASSERT_GE(Mp4FileInfo().open(file).frames,
                                   std::min<std::int64_t>(stored, 48000 * seconds))
                             << what;
@@ -84,7 +85,7 @@ TEST_F(WriteFaultsTest, AnyCallMayFailOnceOrForEverAndTheFileHoldsWhatWasStoredB
 TEST_F(WriteFaultsTest, AnyCallOfTheRecoveryMayFailAndItCanBeDoneAgain) {
     FileJournal journal;
     ASSERT_TRUE(record(journal));
-    const std::string content = journal.content(1 + seconds - 1); // head and the fragments before the last
+    const std::string content = journal.content(seconds); // head and the fragments before the last
     for (const std::string call :
          {"open", "flock", "pread", "pwrite", "ftruncate", "fsync", "fstat", "futimens"})
         for (int after = 0;; ++after) {
