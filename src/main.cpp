@@ -5,6 +5,7 @@
 #include "cli/output.h"
 #include "cli/record_command.h"
 #include "cli/recover_command.h"
+#include "cli/status_line.h"
 #include "cli/termination_signals.h"
 #include "cli/transcribe_command.h"
 #include "cli/usage.h"
@@ -31,6 +32,9 @@ std::filesystem::path executableFolder() {
 
 /// Sound: one connection to the server for all that capture or list devices.
 struct Sound {
+    explicit Sound(Notices& notices)
+        : files([&notices](const std::string& sentence) { notices.tell(sentence); }) {}
+
     PipeWireConnection connection;
     PipeWireDevices devices{connection};
     PipeWireMicSourceFactory mics{connection};
@@ -64,12 +68,13 @@ ExitStatus runSubcommand(const std::string& name, int argc, char** argv) {
         Speech speech(timers);
         return transcribeCommand(argc, argv, recovery, speech.transcriber, signals);
     }
-    Sound sound;
+    StatusLine line;
+    Sound sound(line);
     sound.connection.connect(); // the devices answer from what it has seen
     if (name == "mics") return micsCommand(argc, argv, sound.devices);
     Speech speech(timers);
     return recordCommand(argc, argv, sound.devices, sound.recorderServices(timers), speech.transcriber,
-                         signals);
+                         signals, line);
 }
 
 ExitStatus run(int argc, char** argv) {

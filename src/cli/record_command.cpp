@@ -73,7 +73,7 @@ bool start(Recorder& recorder, const MicChoice& mic, const std::filesystem::path
 
 /// What went wrong, or nothing once the recording is complete.
 std::optional<std::string> record(Recorder& recorder, const MicChoice& mic, const Options& options,
-                                  TerminationSignals& signals) {
+                                  TerminationSignals& signals, StatusLine& line) {
     std::string fault = "The recording was stopped before it began.";
     recorder.onError = [&fault](const std::string& message) { fault = message; };
     Levels levels;
@@ -81,7 +81,6 @@ std::optional<std::string> record(Recorder& recorder, const MicChoice& mic, cons
         levels.report(micLevel, systemLevel);
     };
 
-    StatusLine line;
     line.show("Waiting for the microphone");
     if (!start(recorder, mic, options.folder, signals)) return fault;
     const Clock::time_point begin = Clock::now();
@@ -110,7 +109,7 @@ std::string resultText(const Recorder::Result& files, const std::optional<std::f
 } // namespace
 
 ExitStatus recordCommand(int argc, char** argv, const AudioDevices& devices, const RecorderServices& services,
-                         Transcriber& transcriber, TerminationSignals& signals) {
+                         Transcriber& transcriber, TerminationSignals& signals, StatusLine& line) {
     const Arguments arguments(argc, argv,
                               {{"seconds", Arguments::Value::required},
                                {"mic", Arguments::Value::required},
@@ -134,12 +133,15 @@ ExitStatus recordCommand(int argc, char** argv, const AudioDevices& devices, con
                          ? std::filesystem::absolute(*arguments.value("folder"))
                          : recordingsFolder() / recordingFolderName(std::chrono::system_clock::now());
     Recorder recorder(services);
-    if (const auto fault = record(recorder, *mic, options, signals)) return reportFailure(*fault);
+    const auto fault = record(recorder, *mic, options, signals, line);
+    line.show("");
+    if (fault) return reportFailure(*fault);
     const Recorder::Result files = recorder.result().value();
 
     if (!options.transcribe) return printResult(resultText(files, std::nullopt, options.json));
     try {
-        const std::filesystem::path transcript = transcribeOnTerminal(transcriber, signals, options.folder);
+        const std::filesystem::path transcript =
+            transcribeOnTerminal(transcriber, signals, line, options.folder);
         return printResult(resultText(files, transcript, options.json));
     } catch (const Error& error) {
         // The recording is there all the same, and its files are named.

@@ -2,9 +2,10 @@
 
 #include "capture/recorder.h"
 #include "cli/exit_status.h"
+#include "cli/status_line.h"
 #include "cli/termination_signals.h"
 #include "transcription/transcriber.h"
 
 /// murmelo record [--seconds N] [--mic ID] [--transcribe] [--folder DIR] [--json]
 ExitStatus recordCommand(int argc, char** argv, const AudioDevices& devices, const RecorderServices& services,
-                         Transcriber& transcriber, TerminationSignals& signals);
+                         Transcriber& transcriber, TerminationSignals& signals, StatusLine& line);

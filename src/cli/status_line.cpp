@@ -35,7 +35,11 @@ void StatusLine::show(const std::string& text) {
     write(clearLine + m_text);
 }
 
+void StatusLine::tell(const std::string& sentence) {
+    printAbove(sentence);
+}
+
 void StatusLine::printAbove(std::string_view message) {
     const std::lock_guard lock(m_mutex);
-    write(clearLine + std::string(message) + "\n" + m_text);
+    write((m_onTerminal ? clearLine : "") + std::string(message) + "\n" + m_text);
 }

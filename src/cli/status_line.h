@@ -1,22 +1,24 @@
 #pragma once
 
 #include "base/debug_log.h"
+#include "capture/notices.h"
 
 #include <mutex>
 #include <string>
 #include <string_view>
 
-/// One line at the bottom of the terminal that is drawn again and again; log lines appear above it. Where
-/// standard error is no terminal it shows nothing and changes nothing.
-class StatusLine {
+/// One line at the bottom of the terminal that is drawn again and again; notices and log lines appear above
+/// it. Where standard error is no terminal only the notices are written.
+class StatusLine final : public Notices {
   public:
     StatusLine();
-    ~StatusLine();
+    ~StatusLine() override;
     StatusLine(const StatusLine&) = delete;
     StatusLine& operator=(const StatusLine&) = delete;
 
-    /// Any thread.
+    /// Any thread. An empty text clears the line.
     void show(const std::string& text);
+    void tell(const std::string& sentence) override;
 
   private:
     void printAbove(std::string_view message);

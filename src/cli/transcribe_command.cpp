@@ -17,8 +17,9 @@ ExitStatus transcribeCommand(int argc, char** argv, RecordingRecovery& recovery,
     if (!std::filesystem::is_directory(folder, ignored))
         return reportFailure("There is no folder “" + folder.string() + "”.");
     recovery.recover(folder, RecordingRecovery::Mode::mend); // what cannot be mended may still be readable
+    StatusLine line;
     try {
-        const std::filesystem::path transcript = transcribeOnTerminal(transcriber, signals, folder);
+        const std::filesystem::path transcript = transcribeOnTerminal(transcriber, signals, line, folder);
         return printResult(arguments.has("json") ? jsonText({{"transcript", transcript.string()}}) + "\n"
                                                  : transcript.string() + "\n");
     } catch (const Error& error) {

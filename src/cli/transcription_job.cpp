@@ -1,7 +1,6 @@
 #include "cli/transcription_job.h"
 
 #include "base/number_text.h"
-#include "cli/status_line.h"
 
 #include <future>
 #include <stop_token>
@@ -18,8 +17,7 @@ std::string progressText(const TranscriptionProgress& progress) {
 } // namespace
 
 std::filesystem::path transcribeOnTerminal(Transcriber& transcriber, TerminationSignals& signals,
-                                           const std::filesystem::path& folder) {
-    StatusLine line;
+                                           StatusLine& line, const std::filesystem::path& folder) {
     transcriber.onProgress = [&line](const TranscriptionProgress& progress) {
         line.show(progressText(progress));
     };
@@ -28,5 +26,6 @@ std::filesystem::path transcribeOnTerminal(Transcriber& transcriber, Termination
                                  [&] { return transcriber.transcribeRecording(folder, stop.get_token()); });
     while (transcript.wait_for(0s) != std::future_status::ready)
         if (signals.wait(20ms)) stop.request_stop();
+    line.show("");
     return transcript.get();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/status_line.h"
 #include "cli/termination_signals.h"
 #include "transcription/transcriber.h"
 
@@ -8,4 +9,4 @@
 /// Transcribes the recording in the folder, with progress on the terminal; a termination signal cancels.
 /// Returns the transcript's path; throws Error.
 std::filesystem::path transcribeOnTerminal(Transcriber& transcriber, TerminationSignals& signals,
-                                           const std::filesystem::path& folder);
+                                           StatusLine& line, const std::filesystem::path& folder);
