@@ -77,8 +77,7 @@ inline std::vector<float> atThreefoldRate(std::span<const float> samples) {
 /// Writes 16 kHz samples as a finished recording with equal channels.
 inline void record(const std::filesystem::path& file, std::span<const float> samples) {
     const std::vector<float> fast = atThreefoldRate(samples);
-    AacFileWriterFactory files; // outlives its file
-    const auto writer = files.create(file, AudioFileSettings{});
+    const auto writer = AacFileWriterFactory().create(file, AudioFileSettings{});
     const std::span<const float> all(fast);
     for (std::size_t at = 0; at < all.size(); at += 4800) {
         const auto block = all.subspan(at, std::min<std::size_t>(4800, all.size() - at));

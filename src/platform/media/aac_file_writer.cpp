@@ -3,26 +3,39 @@
 #include "base/error.h"
 #include "platform/media/aac_encoder.h"
 #include "platform/media/mp4_track_writer.h"
+#include "platform/posix/sync_thread.h"
 
 #include <cerrno>
 #include <optional>
 #include <utility>
 
-namespace {
+/// What the files have in common. The sync thread holds no reference to it: it would be the last to let go
+/// one day and wait for itself.
+struct AacFileWriterFactory::Storage {
+    Storage(WriteTroubles::Notice notice, FileCalls& fileCalls)
+        : calls(fileCalls), troubles(std::move(notice)),
+          disk([this](const std::filesystem::path& file, const Error& error) {
+              troubles.notOnDisk(file, error);
+          }) {}
 
-class AacFileWriter final : public AudioFileWriter {
+    FileCalls& calls;
+    WriteTroubles troubles;
+    SyncThread disk; // last: it uses the above
+};
+
+class AacFileWriterFactory::File final : public AudioFileWriter {
   public:
-    AacFileWriter(FileCalls& calls, SyncThread& disk, WriteTroubles& troubles,
-                  const std::filesystem::path& path)
-        : m_troubles(troubles), m_path(path), m_file(calls, disk, path, m_encoder.stream()),
+    File(std::shared_ptr<Storage> storage, const std::filesystem::path& path)
+        : m_storage(std::move(storage)), m_path(path),
+          m_file(m_storage->calls, m_storage->disk, path, m_encoder.stream()),
           m_toFile([this](const AacPacket& packet) { m_file.append(packet); }) {}
-    ~AacFileWriter() override {
+    ~File() override {
         if (m_failure) return; // closed already
         orTell([this] { m_encoder.finish(m_toFile); });
         orTell([this] { m_file.finish(); });
     }
-    AacFileWriter(const AacFileWriter&) = delete;
-    AacFileWriter& operator=(const AacFileWriter&) = delete;
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
 
     AudioFormat processingFormat() const override { return {AacEncoder::sampleRate, AacEncoder::channels}; }
 
@@ -33,7 +46,7 @@ class AacFileWriter final : public AudioFileWriter {
             m_encoder.encode(left, right, m_toFile);
         } catch (const Error& error) {
             m_failure = error;
-            m_troubles.fileEnded(m_path, error, m_file.storedFrames());
+            m_storage->troubles.fileEnded(m_path, error, m_file.storedFrames());
             orTell([this] { m_file.finish(); });
             throw;
         }
@@ -46,13 +59,13 @@ class AacFileWriter final : public AudioFileWriter {
         try {
             step();
         } catch (const Error& error) {
-            m_troubles.closingFailed(m_path, error);
+            m_storage->troubles.closingFailed(m_path, error);
         } catch (const std::bad_alloc&) {
-            m_troubles.closingFailed(m_path, Error::posix(ENOMEM));
+            m_storage->troubles.closingFailed(m_path, Error::posix(ENOMEM));
         }
     }
 
-    WriteTroubles& m_troubles;
+    const std::shared_ptr<Storage> m_storage; // first: the rest uses it
     const std::filesystem::path m_path;
     AacEncoder m_encoder;
     Mp4TrackWriter m_file;
@@ -60,13 +73,8 @@ class AacFileWriter final : public AudioFileWriter {
     std::optional<Error> m_failure; // of the write that ended the file
 };
 
-} // namespace
-
 AacFileWriterFactory::AacFileWriterFactory(WriteTroubles::Notice notice, FileCalls& calls)
-    : m_calls(calls), m_troubles(std::move(notice)),
-      m_disk([this](const std::filesystem::path& file, const Error& error) {
-          m_troubles.notOnDisk(file, error);
-      }) {}
+    : m_storage(std::make_shared<Storage>(std::move(notice), calls)) {}
 
 std::unique_ptr<AudioFileWriter> AacFileWriterFactory::create(const std::filesystem::path& file,
                                                               const AudioFileSettings& settings) {
@@ -74,5 +82,5 @@ std::unique_ptr<AudioFileWriter> AacFileWriterFactory::create(const std::filesys
         settings.bitRate != AacEncoder::bitRate)
         throw Error("posix", EINVAL,
                     "Only AAC at 48000 Hz with 2 channels and 128000 bit/s can be recorded.");
-    return std::make_unique<AacFileWriter>(m_calls, m_disk, m_troubles, file);
+    return std::make_unique<File>(m_storage, file);
 }

@@ -3,7 +3,8 @@
 #include "capture/audio_file_writer.h"
 #include "platform/media/write_troubles.h"
 #include "platform/posix/file_calls.h"
-#include "platform/posix/sync_thread.h"
+
+#include <memory>
 
 /// Makes MPEG-4 files (ISO/IEC 14496-14) with AAC-LC (ISO/IEC 14496-3) at 48 kHz, stereo, 128 kbit/s, that
 /// survive the end of the program at any moment (see Mp4TrackWriter); any other settings are an Error.
@@ -14,7 +15,8 @@
 /// to there, and the user is told; this write and every later one fails with the same Error. Closing never
 /// throws and never waits for the disk.
 ///
-/// Outlives its files. Destruction waits until they are on the disk. Any thread.
+/// Whichever goes last, the factory or one of its files, waits until all of them are on the disk; notice and
+/// calls must be there until then. Any thread.
 class AacFileWriterFactory final : public AudioFileWriterFactory {
   public:
     explicit AacFileWriterFactory(WriteTroubles::Notice notice = {}, FileCalls& calls = systemFileCalls());
@@ -23,7 +25,7 @@ class AacFileWriterFactory final : public AudioFileWriterFactory {
                                             const AudioFileSettings& settings) override;
 
   private:
-    FileCalls& m_calls;
-    WriteTroubles m_troubles;
-    SyncThread m_disk; // last: it uses the above
+    class File;
+    struct Storage;
+    const std::shared_ptr<Storage> m_storage; // shared with the files
 };

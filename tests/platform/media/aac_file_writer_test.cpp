@@ -3,6 +3,7 @@
 #include "base/error.h"
 #include "platform/media/media_fixture.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -174,6 +175,34 @@ std::string probed(const std::filesystem::path& file, const std::string& entries
     for (int c = std::fgetc(pipe); c != EOF; c = std::fgetc(pipe)) answer += static_cast<char>(c);
     pclose(pipe);
     return answer;
+}
+
+/// Counts how often everything about a file was brought to the disk.
+class CountedSyncs : public FileCalls {
+  public:
+    int fdatasync(int) override { return 0; }
+    int fsync(int) override {
+        ++count;
+        return 0;
+    }
+    std::atomic<int> count = 0;
+};
+
+TEST_F(AacFileWriterTest, FileOutlivesItsFactoryAndTheLastToGoWaitsForTheDisk) {
+    CountedSyncs calls;
+    auto factory = std::make_unique<AacFileWriterFactory>(nullptr, calls);
+    auto first = factory->create(folder / "voice.m4a", {});
+    auto second = factory->create(folder / "mix.m4a", {});
+    factory.reset();
+    const std::vector<float> sound = noise(100000);
+    first->write(sound, sound);
+    const int begun = calls.count;
+    first.reset();
+    second->write(sound, sound);
+    second.reset();
+    EXPECT_EQ(calls.count, begun + 2);
+    EXPECT_EQ(Mp4FileInfo().open(folder / "voice.m4a").frames, 100000);
+    EXPECT_EQ(Mp4FileInfo().open(folder / "mix.m4a").frames, 100000);
 }
 
 TEST_F(AacFileWriterTest, OtherProgramsSeeAnOrdinaryFile) {
