@@ -6,11 +6,15 @@
 
 namespace {
 
-using namespace protocol; // NOLINT: the test is about nothing else
+using protocol::End;
+using protocol::Failure;
+using protocol::parse;
+using protocol::Utterance;
+using protocol::Violation;
 
 template <class Kind>
 Kind roundTrip(const Kind& message) {
-    const std::string written = line(message);
+    const std::string written = protocol::line(message);
     EXPECT_EQ(written.find('\n'), written.size() - 1);
     return std::get<Kind>(parse(std::string_view(written).substr(0, written.size() - 1)));
 }
