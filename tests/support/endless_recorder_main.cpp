@@ -3,6 +3,7 @@
 //   endless_recorder FOLDER PROGRESS SEED
 
 #include "platform/media/aac_file_writer.h"
+#include "platform/posix/file_handle.h"
 #include "support/audio_signals.h"
 #include "support/recorder_progress.h"
 

@@ -2,6 +2,8 @@
 
 #include "capture/notices.h"
 
+#include <chrono>
+#include <condition_variable>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -12,6 +14,12 @@ class FakeNotices final : public Notices {
     void tell(const std::string& sentence) override {
         const std::lock_guard lock(m_mutex);
         m_told.push_back(sentence);
+        m_changed.notify_all();
+    }
+    /// Waits until something was told; generous, only a hang reaches the limit.
+    void waitForFirst() const {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait_for(lock, std::chrono::minutes(1), [this] { return !m_told.empty(); });
     }
     std::vector<std::string> told() const {
         const std::lock_guard lock(m_mutex);
@@ -20,5 +28,6 @@ class FakeNotices final : public Notices {
 
   private:
     mutable std::mutex m_mutex;
+    mutable std::condition_variable m_changed;
     std::vector<std::string> m_told;
 };

@@ -8,8 +8,8 @@
 
 class Error;
 
-/// Says that a recording can no longer be stored: in the debug log for each file, and once for each
-/// recording, which is a folder, to the user. Any thread.
+/// Says that a recording is or may be no longer stored: in the debug log for each file; for each recording,
+/// which is a folder, the user is warned once and told its end once. Any thread.
 class WriteTroubles {
   public:
     /// Gets a sentence for the user, on the thread that met the trouble; must not block.
@@ -21,13 +21,15 @@ class WriteTroubles {
     void fileEnded(const std::filesystem::path& file, const Error& reason, std::uint64_t frames);
     /// The file could not be closed in the way it should be.
     void closingFailed(const std::filesystem::path& file, const Error& reason);
-    /// The file is written, but the disk does not confirm it.
+    /// The file is written, but does not reach the disk (see SyncThread::FailureHandler).
     void notOnDisk(const std::filesystem::path& file, const Error& reason);
 
   private:
-    void tell(const std::filesystem::path& file, const std::string& sentence);
+    /// Unless it is about the recording that was told about last.
+    void tell(std::filesystem::path& told, const std::filesystem::path& file, const std::string& sentence);
 
     const Notice m_notice;
     std::mutex m_mutex;
-    std::filesystem::path m_told; // folder of the last recording that the user was told about; guarded
+    std::filesystem::path m_warned; // folder of the last recording that the user was warned about; guarded
+    std::filesystem::path m_ended;  // folder of the last one whose end the user was told; guarded
 };

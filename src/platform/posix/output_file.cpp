@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/resource.h>
+#include <system_error>
 #include <utility>
 
 namespace {
@@ -133,6 +134,11 @@ bool OutputFile::reserve(std::uint64_t at, std::uint64_t count) {
         if (isFull(error.code())) throw;
         return false;
     }
+}
+
+bool OutputFile::isDeleted() const {
+    std::error_code ignored; // some file systems count no links
+    return facts().st_nlink == 0 && !std::filesystem::exists(m_path, ignored);
 }
 
 std::uint64_t OutputFile::freeBytes() const {

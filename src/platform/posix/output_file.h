@@ -36,6 +36,8 @@ class OutputFile {
     /// Sees to it that so many bytes from that place on can be written, without changing the size. Throws
     /// when there is no room (see isFull); false where the file system or the hour does not allow to keep it.
     bool reserve(std::uint64_t at, std::uint64_t count);
+    /// Whether somebody took the file out of its folder, so that it is gone when it is closed.
+    bool isDeleted() const;
     /// What this user may still write to the file system.
     std::uint64_t freeBytes() const;
 

@@ -3,6 +3,7 @@
 #include "base/error.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <pthread.h>
 #include <utility>
 
@@ -29,16 +30,21 @@ void SyncThread::syncAndClose(std::shared_ptr<OutputFile> file) {
 }
 
 void SyncThread::add(std::shared_ptr<OutputFile> file, bool last) {
+    const std::filesystem::path path = file->path();
+    bool stalls = false;
     {
         const std::lock_guard lock(m_mutex);
         const auto waiting =
             std::find_if(m_jobs.begin(), m_jobs.end(), [&](const Job& job) { return job.file == file; });
-        if (waiting != m_jobs.end())
+        if (waiting != m_jobs.end()) {
             waiting->last = last;
-        else
+            stalls = ++waiting->requests == mostWaitingRequests;
+        } else {
             m_jobs.push_back({std::move(file), last});
+        }
     }
     m_changed.notify_one();
+    if (stalls) report(path, Error::posix(ETIMEDOUT));
 }
 
 void SyncThread::run() {
@@ -61,10 +67,18 @@ void SyncThread::perform(const Job& job) {
             job.file->sync();
         else
             job.file->syncData();
+        if (!job.last && job.file->isDeleted()) throw Error::posix(ENOENT);
     } catch (const Error& error) {
-        const std::filesystem::path& path = job.file->path();
-        if (std::find(m_failed.begin(), m_failed.end(), path) != m_failed.end()) return;
-        m_failed.push_back(path);
-        m_onFailure(path, error);
+        report(job.file->path(), error);
     }
+}
+
+void SyncThread::report(const std::filesystem::path& path, const Error& error) {
+    {
+        const std::lock_guard lock(m_mutex);
+        const std::pair told(path, error.code());
+        if (std::find(m_failed.begin(), m_failed.end(), told) != m_failed.end()) return;
+        m_failed.push_back(told);
+    }
+    m_onFailure(path, error);
 }

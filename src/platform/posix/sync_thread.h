@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <utility>
 #include <vector>
 
 class Error;
@@ -20,8 +21,14 @@ class Error;
 /// Destruction finishes everything handed over and joins the thread: it may take as long as the disk does.
 class SyncThread {
   public:
-    /// Called on the sync thread, at most once for each path.
+    /// What the disk said; ENOENT for a file that was deleted; ETIMEDOUT when mostWaitingRequests found the
+    /// disk busy, on the thread of the last of them. Else on the sync thread. At most once for each path and
+    /// errno.
     using FailureHandler = std::function<void(const std::filesystem::path&, const Error&)>;
+
+    /// Requests for one file that may become one before the disk is said to stall. A writer makes one for
+    /// each second of sound.
+    static constexpr int mostWaitingRequests = 30;
 
     explicit SyncThread(FailureHandler onFailure);
     ~SyncThread();
@@ -39,17 +46,19 @@ class SyncThread {
     struct Job {
         std::shared_ptr<OutputFile> file;
         bool last;
+        int requests = 1;
     };
 
     void add(std::shared_ptr<OutputFile> file, bool last);
     void run();
     void perform(const Job& job);
+    void report(const std::filesystem::path& path, const Error& error);
 
     const FailureHandler m_onFailure;
-    std::vector<std::filesystem::path> m_failed; // touched by the thread only
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::deque<Job> m_jobs; // guarded by m_mutex
-    bool m_ending = false;  // guarded by m_mutex
-    std::thread m_thread;   // last: it uses all of the above
+    std::deque<Job> m_jobs;                                      // guarded by m_mutex
+    std::vector<std::pair<std::filesystem::path, int>> m_failed; // guarded by m_mutex
+    bool m_ending = false;                                       // guarded by m_mutex
+    std::thread m_thread;                                        // last: it uses all of the above
 };
