@@ -24,39 +24,43 @@ WriteTroubles::WriteTroubles(Notice notice) : m_notice(std::move(notice)) {}
 void WriteTroubles::fileEnded(const std::filesystem::path& file, const Error& reason, std::uint64_t frames) {
     const std::string length = minutesAndSeconds(static_cast<double>(frames) / AacEncoder::sampleRate);
     DebugLog::log("[rec] " + file.filename().string() + " ends at " + length + ": " + reason.printed());
-    tell(m_ended, file,
-         explained(reason) + ". The recording ends at " + length + ", and everything up to there is saved.");
+    tellEnd(file, explained(reason) + ". The recording ends at " + length +
+                      ", and everything up to there is saved.");
 }
 
 void WriteTroubles::closingFailed(const std::filesystem::path& file, const Error& reason) {
     DebugLog::log("[rec] closing " + file.filename().string() + " failed: " + reason.printed());
-    tell(m_ended, file,
-         "The end of the recording could not be written: " + reason.localizedDescription() + ".");
+    tellEnd(file, "The end of the recording could not be written: " + reason.localizedDescription() + ".");
 }
 
 void WriteTroubles::notOnDisk(const std::filesystem::path& file, const Error& reason) {
     const std::string name = file.filename().string();
     if (reason.code() == ENOENT) {
         DebugLog::log("[rec] " + name + " was deleted while it was recorded");
-        tell(m_warned, file,
-             name + " was deleted while it was being recorded. Stop and start again to lose no more.");
+        warn(file, name + " was deleted while it was being recorded. Stop and start again to lose no more.");
         return;
     }
     DebugLog::log("[rec] " + name + " may not be on the disk: " + reason.printed());
-    tell(m_warned, file,
+    warn(file,
          reason.code() == ETIMEDOUT
              ? "The disk has not answered for half a minute. The recording goes on, but a power cut would "
                "take this part of it."
              : "The disk does not confirm what is recorded: " + reason.localizedDescription() + ".");
 }
 
-void WriteTroubles::tell(std::filesystem::path& told, const std::filesystem::path& file,
-                         const std::string& sentence) {
+void WriteTroubles::warn(const std::filesystem::path& file, const std::string& sentence) {
     {
         const std::lock_guard lock(m_mutex);
-        const std::filesystem::path recording = file.parent_path();
-        if (told == recording) return;
-        told = recording;
+        if (std::exchange(m_warned, file.parent_path()) == file.parent_path()) return;
+    }
+    if (m_notice) m_notice(sentence);
+}
+
+void WriteTroubles::tellEnd(const std::filesystem::path& file, const std::string& sentence) {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_warned = file.parent_path();
+        if (std::exchange(m_ended, file.parent_path()) == file.parent_path()) return;
     }
     if (m_notice) m_notice(sentence);
 }

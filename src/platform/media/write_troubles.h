@@ -25,8 +25,9 @@ class WriteTroubles {
     void notOnDisk(const std::filesystem::path& file, const Error& reason);
 
   private:
-    /// Unless it is about the recording that was told about last.
-    void tell(std::filesystem::path& told, const std::filesystem::path& file, const std::string& sentence);
+    /// Both tell the user, unless they have done so for this recording; after its end there is no warning.
+    void warn(const std::filesystem::path& file, const std::string& sentence);
+    void tellEnd(const std::filesystem::path& file, const std::string& sentence);
 
     const Notice m_notice;
     std::mutex m_mutex;

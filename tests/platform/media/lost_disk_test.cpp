@@ -5,9 +5,12 @@
 #include "support/failing_calls.h"
 #include "support/fake_notices.h"
 #include "support/file_journal.h"
+#include "support/loop_disk.h"
 #include "support/stalling_calls.h"
 
 #include <cerrno>
+#include <condition_variable>
+#include <mutex>
 #include <string>
 
 namespace {
@@ -150,6 +153,76 @@ TEST_F(LostDiskTest, EndOfTheRecordingIsToldThoughTheUserWasWarnedBefore) {
     EXPECT_EQ(notices.told(),
               (Texts{"The disk does not confirm what is recorded: Input/output error.",
                      "The disk is full. The recording ends at 00:01, and everything up to there is saved."}));
+}
+
+/// Tells when data has reached the disk.
+class WatchedSyncs : public FileCalls {
+  public:
+    int fdatasync(int file) override {
+        const int result = FileCalls::fdatasync(file);
+        const std::lock_guard lock(m_mutex);
+        ++m_done;
+        m_changed.notify_all();
+        return result;
+    }
+    void waitFor(int syncs) {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [&] { return m_done >= syncs; });
+    }
+
+  private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    int m_done = 0;
+};
+
+/// The same with a disk that the kernel itself gives up.
+class RealLostDiskTest : public LostDiskTest {
+  protected:
+    void SetUp() override {
+        if (!disk.mounted()) GTEST_SKIP() << "only root may mount a file system";
+    }
+
+    /// Two fragments, both on the disk.
+    std::unique_ptr<AudioFileWriter> begin() {
+        auto writer = create(voice, calls);
+        EXPECT_TRUE(write(*writer, 2));
+        calls.waitFor(1);
+        EXPECT_TRUE(write(*writer, 1));
+        calls.waitFor(2);
+        return writer;
+    }
+
+    LoopDisk disk{folder / "disk.image", folder / "disk"};
+    WatchedSyncs calls;
+    const std::filesystem::path voice = disk / "voice.m4a";
+};
+
+TEST_F(RealLostDiskTest, DiskThatTheKernelMakesReadOnlyKeepsWhatWasStored) {
+    auto writer = begin();
+    if (!disk.makeReadOnly()) GTEST_SKIP() << "this kernel can't be asked to";
+    EXPECT_FALSE(write(*writer, 2 * minute));
+    writer.reset();
+    EXPECT_EQ(notices.told().back(),
+              "The disk does not take the recording (Read-only file system). The recording "
+              "ends at 00:01, and everything up to there is saved.");
+    EXPECT_EQ(Mp4FileInfo().open(voice).frames, framesOf(2));
+    ASSERT_TRUE(disk.mountAgain());
+    EXPECT_EQ(Mp4Recovery().recoverFile(voice, RecordingRecovery::Mode::mend).state, State::mended);
+    EXPECT_EQ(Mp4FileInfo().open(voice).frames, framesOf(2));
+}
+
+TEST_F(RealLostDiskTest, DiskThatIsPulledOutKeepsWhatWasStored) {
+    auto writer = begin();
+    if (!disk.pullOut()) GTEST_SKIP() << "this kernel can't be asked to";
+    EXPECT_FALSE(write(*writer, 2 * minute));
+    writer.reset();
+    EXPECT_EQ(notices.told().back(),
+              "The disk does not take the recording (Input/output error). The recording ends "
+              "at 00:01, and everything up to there is saved.");
+    ASSERT_TRUE(disk.mountAgain());
+    EXPECT_EQ(Mp4Recovery().recoverFile(voice, RecordingRecovery::Mode::mend).state, State::mended);
+    EXPECT_EQ(Mp4FileInfo().open(voice).frames, framesOf(2));
 }
 
 } // namespace
