@@ -14,6 +14,9 @@ import unittest
 PROGRAM = pathlib.Path(os.environ.get("MURMELO_PROGRAM", ""))
 SCRIPTS = pathlib.Path(__file__).resolve().parents[2] / "scripts"
 LIMIT = 120  # seconds; generous, only a hang reaches it
+# The three files, each with the log line that its first sound comes with.
+FIRST_SOUND = {"voice.m4a": "first MIC callback", "system.m4a": "first SYSTEM callback", "mix.m4a": "first MIC callback"}
+PACKET = 1024  # frames; a player that knows only whole packets gives out the last one in whole
 
 
 def run(*arguments, program=None, env=None, limit=LIMIT, **options):
@@ -27,19 +30,26 @@ def last_line(text):
     return lines[-1] if lines else ""
 
 
-def wait_for(condition, what):
+def wait_for(condition, what, interval=0.02):
     """Looks until the condition holds."""
     end = time.monotonic() + LIMIT
     while not condition():
         if time.monotonic() > end:
             raise AssertionError(f"{what} did not happen within {LIMIT} s")
-        time.sleep(0.02)
+        time.sleep(interval)
 
 
 def decoded_frames(file):
     """How many stereo frames FFmpeg decodes from the file."""
     command = ["ffmpeg", "-v", "error", "-i", str(file), "-f", "f32le", "-"]
     return len(subprocess.run(command, capture_output=True, check=True).stdout) // 8
+
+
+def announced_seconds(file):
+    """How long FFmpeg takes the file to be, before it decodes it."""
+    command = ["ffprobe", "-v", "error", "-show_entries", "format=duration", "-of", "csv=p=0", str(file)]
+    said = subprocess.run(command, capture_output=True, check=True, text=True).stdout.strip()
+    return float(said) if said != "N/A" else 0.0
 
 
 def murmelo_nodes():
