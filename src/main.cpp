@@ -32,19 +32,23 @@ std::filesystem::path executableFolder() {
 
 /// Sound: one connection to the server for all that capture or list devices.
 struct Sound {
-    explicit Sound(Notices& notices)
-        : files([&notices](const std::string& sentence) { notices.tell(sentence); }) {}
+    explicit Sound(Notices& noticesOfRecordings) : notices(noticesOfRecordings) {}
 
+    Notices& notices;
     PipeWireConnection connection;
     PipeWireDevices devices{connection};
     PipeWireMicSourceFactory mics{connection};
     ProcessTapFactory systemAudio{connection};
-    AacFileWriterFactory files;
+    AacFileWriterFactory files{[this](const std::string& sentence) { notices.tell(sentence); }};
 
     RecorderServices recorderServices(SerialQueue& timers) {
-        return {mics,   systemAudio,
-                files,  [](std::string label) { return std::make_unique<ThreadQueue>(std::move(label)); },
-                timers, [](std::chrono::milliseconds time) { std::this_thread::sleep_for(time); }};
+        return {mics,
+                systemAudio,
+                files,
+                notices,
+                [](std::string label) { return std::make_unique<ThreadQueue>(std::move(label)); },
+                timers,
+                [](std::chrono::milliseconds time) { std::this_thread::sleep_for(time); }};
     }
 };
 

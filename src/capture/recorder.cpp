@@ -81,6 +81,7 @@ bool Recorder::createFiles(const std::filesystem::path& folder) {
             !open(m_systemFile, m_systemFormat, files.system) || !open(m_mixFile, m_mixFormat, files.mix) ||
             !unlessStopped([&] { m_result = files; }))
             return endStoppedStart();
+        m_hasFiles = true;
     } catch (const Error& error) {
         return fail("Could not create the recording files: " + error.localizedDescription());
     }

@@ -5,9 +5,11 @@
 #include "capture/audio_file_writer.h"
 #include "capture/mic_choice.h"
 #include "capture/mic_source.h"
+#include "capture/notices.h"
 #include "capture/system_audio_source.h"
 #include "capture/system_fifo.h"
 #include "capture/system_tap_session.h"
+#include "capture/writer_backlog.h"
 
 #include <atomic>
 #include <chrono>
@@ -25,6 +27,8 @@ struct RecorderServices {
     MicSourceFactory& mics;
     SystemAudioSourceFactory& systemAudio;
     AudioFileWriterFactory& files;
+    /// Told what happens to a recording; nothing of a preview.
+    Notices& notices;
     /// Makes a serial queue with that label.
     std::function<std::unique_ptr<SerialQueue>(std::string label)> makeQueue;
     /// Runs what must happen even when the recorder is gone by then; its now() is the clock.
@@ -67,6 +71,10 @@ class Recorder {
     bool start(const MicChoice& mic, const std::optional<std::filesystem::path>& baseURL);
     /// Stops both captures and closes the files. Any thread but the engine's own, also while start runs.
     void stop();
+    /// Brings everything captured so far to the disk, but for the last few hundredths of a second, and waits
+    /// for that, at most so long. False when not all of it is there by then. Without files there is nothing
+    /// to do. Any thread but the engine's own, also while start or stop runs, neither of which waits for it.
+    bool bringToDisk(std::chrono::milliseconds atMost);
     /// Set once the three files exist; survives stop. Any thread.
     std::optional<Result> result() const;
 
@@ -104,9 +112,14 @@ class Recorder {
     // recorder_system_path.cpp: on ioQueue
     void handleSystem(AudioBufferList buffers);
 
-    /// writerQueue only. Nothing is reported: a block that cannot be written is lost, the recording goes on.
+    // recorder_writing.cpp
+    /// micQueue and ioQueue, each with its own backlog. How many frames are missing before this block, or
+    /// nothing when it has to be dropped.
+    std::optional<std::size_t> admit(WriterBacklog& backlog, std::size_t frames);
+    /// writerQueue only. Silence for the missing frames, then the block. Nothing is reported: a block that
+    /// cannot be written is lost, the recording goes on.
     static void write(const std::unique_ptr<AudioFileWriter>& file, const AudioFormat& format,
-                      std::span<const float> left, std::span<const float> right);
+                      std::size_t missing, std::span<const float> left, std::span<const float> right);
 
     const RecorderServices m_services;
 
@@ -121,6 +134,10 @@ class Recorder {
     // Filled before the captures start; afterwards touched on writerQueue only.
     std::unique_ptr<AudioFileWriter> m_voiceFile, m_systemFile, m_mixFile;
     AudioFormat m_voiceFormat{}, m_systemFormat{}, m_mixFormat{};
+    std::atomic<bool> m_hasFiles{false}; // set once all three are there
+
+    WriterBacklog m_micBacklog, m_systemBacklog;
+    std::atomic<bool> m_fallenBehind{false}; // and said so
 
     SystemFifo m_sysFifo;
     std::shared_ptr<Counters> m_counters = std::make_shared<Counters>();

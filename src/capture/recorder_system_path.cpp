@@ -1,12 +1,9 @@
 #include "capture/mixdown.h"
-#include "capture/pcm_block.h"
 #include "capture/recorder.h"
 
 #include "base/debug_log.h"
-#include "base/error.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 namespace {
@@ -37,20 +34,10 @@ void Recorder::handleSystem(AudioBufferList buffers) {
 
     m_lastSysLevel = audioLevel(left);
     m_sysFifo.append(left, right);
-    m_writerQueue->async([this, left = std::move(left), right = std::move(right)] {
-        write(m_systemFile, m_systemFormat, left, right);
+    const std::optional<std::size_t> missing = admit(m_systemBacklog, left.size());
+    if (!missing) return;
+    m_writerQueue->async([this, missing = *missing, left = std::move(left), right = std::move(right)] {
+        write(m_systemFile, m_systemFormat, missing, left, right);
+        m_systemBacklog.remove(left.size());
     });
-}
-
-void Recorder::write(const std::unique_ptr<AudioFileWriter>& file, const AudioFormat& format,
-                     std::span<const float> left, std::span<const float> right) {
-    if (!file) return;
-    const std::array channels{left, right};
-    const std::optional<PcmBlock> block = makePcmBlock(channels, format);
-    if (!block || block->channels.size() < 2) return;
-    try {
-        file->write(block->channels[0], block->channels[1]);
-    } catch (const Error&) { // this block is lost, the recording goes on
-        return;
-    }
 }

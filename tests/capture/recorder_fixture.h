@@ -3,6 +3,7 @@
 #include "capture/recorder.h"
 #include "support/fake_audio_files.h"
 #include "support/fake_mic.h"
+#include "support/fake_notices.h"
 #include "support/fake_system_audio.h"
 #include "support/log_capture.h"
 #include "support/manual_queue.h"
@@ -29,6 +30,7 @@ class RecorderFixture : public testing::Test {
         return {m_mics,
                 m_system,
                 m_files,
+                m_notices,
                 [this](const std::string& label) {
                     auto queue = std::make_unique<ManualQueue>();
                     m_queues[label] = queue.get();
@@ -66,6 +68,7 @@ class RecorderFixture : public testing::Test {
     FakeMics m_mics{m_journal};
     FakeSystemAudio m_system{m_journal};
     FakeAudioFiles m_files{m_journal};
+    FakeNotices m_notices;
     ManualQueue m_timers;
     std::map<std::string, ManualQueue*> m_queues;
     std::function<void()> m_onSleep;

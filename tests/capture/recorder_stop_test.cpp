@@ -117,7 +117,8 @@ TEST_F(RecorderStop, AtAnyMomentOfTheStartLeavesNothingHeld) {
         ThreadQueue timers("timers");
         real.makeQueue = [](std::string label) { return std::make_unique<ThreadQueue>(std::move(label)); };
         real.sleep = [this](std::chrono::milliseconds) { m_mics.deliver({0.1F}); };
-        Recorder recorder({real.mics, real.systemAudio, real.files, real.makeQueue, timers, real.sleep});
+        Recorder recorder(
+            {real.mics, real.systemAudio, real.files, real.notices, real.makeQueue, timers, real.sleep});
         std::jthread starter([&] { recorder.start(m_mic, "/recordings/one"); });
         for (int spin = 0; spin < round * 20; ++spin) m_mics.deliver({0.2F});
         recorder.stop();

@@ -9,6 +9,7 @@
 #include "support/audio_signals.h"
 #include "support/copying_audio_files.h"
 #include "support/decoded_audio.h"
+#include "support/fake_notices.h"
 #include "support/log_capture.h"
 #include "support/running_program.h"
 #include "support/temporary_folder.h"
@@ -54,7 +55,7 @@ struct Sound {
 class WholeRecording : public testing::Test {
   protected:
     WholeRecording()
-        : m_recorder({m_mics, m_systemAudio, m_files,
+        : m_recorder({m_mics, m_systemAudio, m_files, m_notices,
                       [](std::string label) { return std::make_unique<ThreadQueue>(std::move(label)); },
                       m_timers, [](std::chrono::milliseconds time) { std::this_thread::sleep_for(time); }}) {}
 
@@ -79,6 +80,7 @@ class WholeRecording : public testing::Test {
     ProcessTapFactory m_systemAudio{m_connection};
     AacFileWriterFactory m_realFiles;
     CopyingAudioFiles m_files{m_realFiles};
+    FakeNotices m_notices;
     ThreadQueue m_timers{"timers"};
     Recorder m_recorder;
 };

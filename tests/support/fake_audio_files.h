@@ -19,6 +19,7 @@ class FakeAudioFiles final : public AudioFileWriterFactory {
         AudioFileSettings settings;
         std::vector<float> left, right;
         bool open = true;
+        std::size_t onDisk = 0; ///< so many frames were asked to be there
     };
 
     std::unique_ptr<AudioFileWriter> create(const std::filesystem::path& path,
@@ -26,12 +27,14 @@ class FakeAudioFiles final : public AudioFileWriterFactory {
         const std::string name = path.filename();
         m_journal.note("create " + name);
         if (name == failingName) throw Error::posix(ENOSPC);
-        files[name] = {path, settings, {}, {}, true};
+        files[name] = {path, settings, {}, {}, true, 0};
         return std::make_unique<Writer>(*this, name);
     }
 
     std::string failingName; ///< creating this file fails
     bool failWrites = false;
+    enum class Disk { confirms, refuses, answersOnceClosed };
+    Disk disk = Disk::confirms;
     std::uint32_t channels = 2; ///< of the processing format
     std::map<std::string, File> files;
 
@@ -42,6 +45,7 @@ class FakeAudioFiles final : public AudioFileWriterFactory {
         ~Writer() override {
             m_files.m_journal.note("close " + m_name);
             m_files.files[m_name].open = false;
+            for (std::promise<bool>& answer : m_waiting) answer.set_value(true);
         }
         Writer(const Writer&) = delete;
         Writer& operator=(const Writer&) = delete;
@@ -52,10 +56,23 @@ class FakeAudioFiles final : public AudioFileWriterFactory {
             file.left.insert(file.left.end(), left.begin(), left.end());
             file.right.insert(file.right.end(), right.begin(), right.end());
         }
+        std::future<bool> bringToDisk() override {
+            if (m_files.failWrites) throw Error::posix(EIO);
+            File& file = m_files.files[m_name];
+            file.onDisk = file.left.size();
+            std::promise<bool> answer;
+            std::future<bool> future = answer.get_future();
+            if (m_files.disk == Disk::answersOnceClosed)
+                m_waiting.push_back(std::move(answer));
+            else
+                answer.set_value(m_files.disk == Disk::confirms);
+            return future;
+        }
 
       private:
         FakeAudioFiles& m_files;
         std::string m_name;
+        std::vector<std::promise<bool>> m_waiting;
     };
 
     CallJournal& m_journal;

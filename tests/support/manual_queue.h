@@ -49,6 +49,8 @@ class ManualQueue final : public SerialQueue {
         m_now = target;
     }
 
+    /// Tasks that are due.
+    std::size_t pending() const { return m_tasks.size(); }
     bool idle() const { return m_tasks.empty() && m_waiting.empty(); }
 
   private:

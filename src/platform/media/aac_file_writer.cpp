@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <optional>
+#include <type_traits>
 #include <utility>
 
 /// What the files have in common. The sync thread holds no reference to it: it would be the last to let go
@@ -40,10 +41,20 @@ class AacFileWriterFactory::File final : public AudioFileWriter {
     AudioFormat processingFormat() const override { return {AacEncoder::sampleRate, AacEncoder::channels}; }
 
     void write(std::span<const float> left, std::span<const float> right) override {
-        if (m_failure) throw Error(*m_failure);
         if (left.size() != right.size()) throw Error::posix(EINVAL);
+        orEnd([&] { m_encoder.encode(left, right, m_toFile); });
+    }
+    std::future<bool> bringToDisk() override {
+        return orEnd([this] { return m_file.bringToDisk(); });
+    }
+
+  private:
+    /// With the first Error the file is closed, and nothing more can be done with it.
+    template <typename Step>
+    std::invoke_result_t<const Step&> orEnd(const Step& step) {
+        if (m_failure) throw Error(*m_failure);
         try {
-            m_encoder.encode(left, right, m_toFile);
+            return step();
         } catch (const Error& error) {
             m_failure = error;
             m_storage->troubles.fileEnded(m_path, error, m_file.storedFrames());
@@ -51,8 +62,6 @@ class AacFileWriterFactory::File final : public AudioFileWriter {
             throw;
         }
     }
-
-  private:
     /// The file is closed as well as it can be, whatever happens on the way.
     template <typename Step>
     void orTell(const Step& step) noexcept {

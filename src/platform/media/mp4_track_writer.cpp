@@ -51,6 +51,16 @@ void Mp4TrackWriter::keepRoom() {
         throw Error::posix(ENOSPC);
 }
 
+template <typename Step>
+std::invoke_result_t<const Step&> Mp4TrackWriter::orFail(const Step& step) {
+    try {
+        return step();
+    } catch (const Error&) {
+        m_failed = true;
+        throw;
+    }
+}
+
 void Mp4TrackWriter::append(const AacPacket& packet) {
     if (packet.bytes.empty() || packet.bytes.size() > std::numeric_limits<std::uint16_t>::max())
         throw Error("posix", EINVAL, "The audio encoder made a packet of an impossible size.");
@@ -58,17 +68,30 @@ void Mp4TrackWriter::append(const AacPacket& packet) {
     m_waitingSizes.push_back(static_cast<std::uint16_t>(packet.bytes.size()));
     m_frames = packet.pts + packet.duration;
     if (m_waitingSizes.size() % packetsPerFragment != 0) return;
-    try {
-        cutFragment();
-    } catch (const Error&) {
-        m_failed = true;
-        throw;
-    }
+    orFail([this] {
+        if (!cutFragment()) return;
+        m_disk.sync(m_file);
+        keepRoom();
+    });
 }
 
-void Mp4TrackWriter::cutFragment() {
+std::future<bool> Mp4TrackWriter::bringToDisk() {
+    return orFail([this] {
+        if (!m_waitingSizes.empty() && !cutFragment()) {
+            std::promise<bool> failed;
+            failed.set_value(false);
+            return failed.get_future();
+        }
+        std::future<bool> onDisk = m_disk.syncAndAnswer(m_file);
+        keepRoom();
+        return onDisk;
+    });
+}
+
+bool Mp4TrackWriter::cutFragment() {
     try {
         storeFragment();
+        return true;
     } catch (const Error& error) {
         if (isFull(error.code()) || m_waitingSizes.size() >= mostWaitingPackets) throw;
         if (m_waitingSizes.size() == packetsPerFragment)
@@ -76,10 +99,8 @@ void Mp4TrackWriter::cutFragment() {
                           " failed, trying again every second: " + error.printed());
         m_roomEnd = 0; // goes with what is cut off
         m_file->tryTruncate(m_track.end());
-        return;
+        return false;
     }
-    m_disk.sync(m_file);
-    keepRoom();
 }
 
 /// With a single call: the file system sees a fragment whole or not at all, but for the moments that it

@@ -7,8 +7,10 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <future>
 #include <memory>
 #include <optional>
+#include <type_traits>
 #include <vector>
 
 /// A new MPEG-4 file with one AAC track that survives the end of its program at any moment.
@@ -36,6 +38,9 @@ class Mp4TrackWriter {
     /// up to a minute is held in memory. Throws Error when nothing more can be stored (see isFull) or will
     /// be; then call finish and nothing else.
     void append(const AacPacket& packet);
+    /// Puts the open second into the file and asks the disk for all of it. The answer is true once it is
+    /// there. Throws Error as append does.
+    std::future<bool> bringToDisk();
     /// Closes the file with what came in, or after an Error with what could be stored. Never waits for the
     /// disk: the sync thread does. Throws Error when the file had to be left as a crash would leave it, or
     /// ends before the last packets. Call once, last.
@@ -47,7 +52,11 @@ class Mp4TrackWriter {
   private:
     void writeHead();
     void keepRoom();
-    void cutFragment();
+    /// After an Error there is nothing left to do but to close.
+    template <typename Step>
+    std::invoke_result_t<const Step&> orFail(const Step& step);
+    /// False when the disk fails for the moment; the packets then wait.
+    bool cutFragment();
     void storeFragment();
 
     SyncThread& m_disk;

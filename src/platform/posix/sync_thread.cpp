@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <pthread.h>
 #include <utility>
 
@@ -22,25 +23,33 @@ SyncThread::~SyncThread() {
 }
 
 void SyncThread::sync(std::shared_ptr<OutputFile> file) {
-    add(std::move(file), false);
+    add({std::move(file), false});
+}
+
+std::future<bool> SyncThread::syncAndAnswer(std::shared_ptr<OutputFile> file) {
+    Job job{std::move(file), false};
+    std::future<bool> answer = job.answers.emplace_back().get_future();
+    add(std::move(job));
+    return answer;
 }
 
 void SyncThread::syncAndClose(std::shared_ptr<OutputFile> file) {
-    add(std::move(file), true);
+    add({std::move(file), true});
 }
 
-void SyncThread::add(std::shared_ptr<OutputFile> file, bool last) {
-    const std::filesystem::path path = file->path();
+void SyncThread::add(Job job) {
+    const std::filesystem::path path = job.file->path();
     bool stalls = false;
     {
         const std::lock_guard lock(m_mutex);
-        const auto waiting =
-            std::find_if(m_jobs.begin(), m_jobs.end(), [&](const Job& job) { return job.file == file; });
-        if (waiting != m_jobs.end()) {
-            waiting->last = last;
-            stalls = ++waiting->requests == mostWaitingRequests;
+        const auto waiting = std::find_if(m_jobs.begin(), m_jobs.end(),
+                                          [&](const Job& each) { return each.file == job.file; });
+        if (waiting == m_jobs.end()) {
+            m_jobs.push_back(std::move(job));
         } else {
-            m_jobs.push_back({std::move(file), last});
+            waiting->last = job.last;
+            std::move(job.answers.begin(), job.answers.end(), std::back_inserter(waiting->answers));
+            stalls = ++waiting->requests == mostWaitingRequests;
         }
     }
     m_changed.notify_one();
@@ -57,19 +66,22 @@ void SyncThread::run() {
             job = std::move(m_jobs.front());
             m_jobs.pop_front();
         }
-        perform(job);
+        const bool onDisk = perform(job);
+        for (std::promise<bool>& answer : job.answers) answer.set_value(onDisk);
     }
 }
 
-void SyncThread::perform(const Job& job) {
+bool SyncThread::perform(const Job& job) {
     try {
         if (job.last)
             job.file->sync();
         else
             job.file->syncData();
         if (!job.last && job.file->isDeleted()) throw Error::posix(ENOENT);
+        return true;
     } catch (const Error& error) {
         report(job.file->path(), error);
+        return false;
     }
 }
 

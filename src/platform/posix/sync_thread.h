@@ -6,6 +6,7 @@
 #include <deque>
 #include <filesystem>
 #include <functional>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -38,6 +39,8 @@ class SyncThread {
     /// Brings to the disk what was written so far. Returns at once; while the disk is slower than the
     /// requests, those for one file become one. Any thread.
     void sync(std::shared_ptr<OutputFile> file);
+    /// The same, with an answer: true once it is there, false when the disk refused.
+    std::future<bool> syncAndAnswer(std::shared_ptr<OutputFile> file);
     /// The same with everything about the file, and lets go of it: when the caller has done so too, it
     /// closes.
     void syncAndClose(std::shared_ptr<OutputFile> file);
@@ -46,12 +49,13 @@ class SyncThread {
     struct Job {
         std::shared_ptr<OutputFile> file;
         bool last;
+        std::vector<std::promise<bool>> answers = {}; ///< awaited by those who asked for one
         int requests = 1;
     };
 
-    void add(std::shared_ptr<OutputFile> file, bool last);
+    void add(Job job);
     void run();
-    void perform(const Job& job);
+    bool perform(const Job& job);
     void report(const std::filesystem::path& path, const Error& error);
 
     const FailureHandler m_onFailure;
