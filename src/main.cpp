@@ -9,6 +9,7 @@
 #include "cli/termination_signals.h"
 #include "cli/transcribe_command.h"
 #include "cli/usage.h"
+#include "platform/desktop/logind_sleep_guard.h"
 #include "platform/media/aac_file_writer.h"
 #include "platform/media/ffmpeg_log.h"
 #include "platform/media/mp4_file_info.h"
@@ -77,8 +78,9 @@ ExitStatus runSubcommand(const std::string& name, int argc, char** argv) {
     sound.connection.connect(); // the devices answer from what it has seen
     if (name == "mics") return micsCommand(argc, argv, sound.devices);
     Speech speech(timers);
-    return recordCommand(argc, argv, sound.devices, sound.recorderServices(timers), speech.transcriber,
-                         signals, line);
+    LogindSleepGuard sleepGuard;
+    return recordCommand(argc, argv, sound.devices, sound.recorderServices(timers), sleepGuard,
+                         speech.transcriber, signals, line);
 }
 
 ExitStatus run(int argc, char** argv) {

@@ -1,5 +1,6 @@
 #include "cli/record_command.h"
 
+#include "base/debug_log.h"
 #include "base/error.h"
 #include "base/number_text.h"
 #include "base/recording_files.h"
@@ -109,7 +110,8 @@ std::string resultText(const Recorder::Result& files, const std::optional<std::f
 } // namespace
 
 ExitStatus recordCommand(int argc, char** argv, const AudioDevices& devices, const RecorderServices& services,
-                         Transcriber& transcriber, TerminationSignals& signals, StatusLine& line) {
+                         SleepGuard& sleepGuard, Transcriber& transcriber, TerminationSignals& signals,
+                         StatusLine& line) {
     const Arguments arguments(argc, argv,
                               {{"seconds", Arguments::Value::required},
                                {"mic", Arguments::Value::required},
@@ -133,7 +135,12 @@ ExitStatus recordCommand(int argc, char** argv, const AudioDevices& devices, con
                          ? std::filesystem::absolute(*arguments.value("folder"))
                          : recordingsFolder() / recordingFolderName(std::chrono::system_clock::now());
     Recorder recorder(services);
+    sleepGuard.start([&recorder] {
+        if (!recorder.bringToDisk(SleepGuard::patience))
+            DebugLog::log("[rec] the computer sleeps, and the disk does not have all of the recording yet");
+    });
     const auto fault = record(recorder, *mic, options, signals, line);
+    sleepGuard.stop();
     line.show("");
     if (fault) return reportFailure(*fault);
     const Recorder::Result files = recorder.result().value();

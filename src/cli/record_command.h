@@ -1,6 +1,7 @@
 #pragma once
 
 #include "capture/recorder.h"
+#include "capture/sleep_guard.h"
 #include "cli/exit_status.h"
 #include "cli/status_line.h"
 #include "cli/termination_signals.h"
@@ -8,4 +9,5 @@
 
 /// murmelo record [--seconds N] [--mic ID] [--transcribe] [--folder DIR] [--json]
 ExitStatus recordCommand(int argc, char** argv, const AudioDevices& devices, const RecorderServices& services,
-                         Transcriber& transcriber, TerminationSignals& signals, StatusLine& line);
+                         SleepGuard& sleepGuard, Transcriber& transcriber, TerminationSignals& signals,
+                         StatusLine& line);

@@ -7,11 +7,7 @@
 TerminationSignals::TerminationSignals() {
     sigemptyset(&m_signals);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&m_signals, signal);
-    pthread_sigmask(SIG_BLOCK, &m_signals, &m_previousMask);
-}
-
-TerminationSignals::~TerminationSignals() {
-    pthread_sigmask(SIG_SETMASK, &m_previousMask, nullptr);
+    pthread_sigmask(SIG_BLOCK, &m_signals, nullptr);
 }
 
 bool TerminationSignals::wait(std::chrono::nanoseconds atMost) {

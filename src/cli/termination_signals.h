@@ -4,11 +4,11 @@
 #include <csignal>
 
 /// Holds SIGINT, SIGTERM and SIGHUP back, in this thread and in those that it starts later, so that the
-/// program ends when and how it wants to. Make it before any thread.
+/// program ends when and how it wants to. Make it before any thread. For good: a second signal, while files
+/// are being closed or in the last moments of main, tears nothing.
 class TerminationSignals {
   public:
     TerminationSignals();
-    ~TerminationSignals();
     TerminationSignals(const TerminationSignals&) = delete;
     TerminationSignals& operator=(const TerminationSignals&) = delete;
 
@@ -17,5 +17,4 @@ class TerminationSignals {
 
   private:
     sigset_t m_signals{};
-    sigset_t m_previousMask{};
 };

@@ -92,6 +92,26 @@ class Recording:
         return out
 
 
+class Logind:
+    """A system bus with a logind of ours."""
+
+    def __init__(self):
+        self.process = subprocess.Popen([os.environ["MURMELO_FAKE_LOGIND"]], text=True, bufsize=1,
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        self.env = {**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": self.said()}
+
+    def said(self):
+        """The next line: the bus's address, later “guarded” or “released”."""
+        return self.process.stdout.readline().strip()
+
+    def order(self, word):
+        """“sleep” or “wake”."""
+        self.process.stdin.write(word + "\n")
+
+    def end(self):
+        self.process.communicate(timeout=LIMIT)
+
+
 class TestCase(unittest.TestCase):
     def setUp(self):
         self.work = pathlib.Path(tempfile.mkdtemp(prefix="murmelo test ü "))
@@ -100,6 +120,13 @@ class TestCase(unittest.TestCase):
     def assert_failed(self, result, sentence):
         self.assertEqual(last_line(result.stderr), sentence)
         self.assertEqual(result.returncode, 1)
+
+    def assert_whole(self, folder, names=("voice.m4a", "system.m4a", "mix.m4a")):
+        """Ordinary files, closed, and as long as one another where they must be."""
+        found = json.loads(run("recover", "--json", "--dry-run", folder).stdout)
+        self.assertEqual([(pathlib.Path(file["path"]).name, file["state"]) for file in found],
+                         [(name, "whole") for name in names])
+        self.assertEqual(decoded_frames(folder / "voice.m4a"), decoded_frames(folder / "mix.m4a"))
 
     def assert_nothing_left(self):
         wait_for(lambda: not murmelo_nodes(), "the disappearance of the program's nodes")

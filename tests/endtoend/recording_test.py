@@ -6,11 +6,13 @@ import os
 import pathlib
 import pty
 import re
+import shutil
 import signal
 import subprocess
+import time
 import unittest
 
-from program import LIMIT, PROGRAM, Recording, TestCase, decoded_frames, last_line, main, run
+from program import LIMIT, PROGRAM, Logind, Recording, TestCase, decoded_frames, last_line, main, run, wait_for
 
 NO_MICROPHONE = "No microphone was found. Is one connected, and is the sound server (PipeWire) running?"
 FILES = ["voice.m4a", "system.m4a", "mix.m4a"]
@@ -90,7 +92,8 @@ class Recordings(TestCase):
                     r"\[rec\] sys ioproc=0 start=0",
                     r"\[rec\] first SYSTEM callback",
                     r"\[rec\] 3s: micCallbacks=[1-9]\d* sysCallbacks=[1-9]\d* \(sys 0 = silence\)",
-                    r"\[rec\] stopped; micCallbacks=[1-9]\d* sysCallbacks=[1-9]\d*"]
+                    r"\[rec\] stopped; micCallbacks=[1-9]\d* sysCallbacks=[1-9]\d*",
+                    r"\[rec\] recording without protection from sleep: No such file or directory"]
         # the first microphone block may come before start has logged how long it took
         self.assertEqual(len(result.stderr.splitlines()), len(expected), result.stderr)
         for line in expected:
@@ -146,6 +149,118 @@ class Recordings(TestCase):
         self.assertEqual(last_line(recording.log.read_text()),
                          "Could not write to standard output: No space left on device.")
         self.assertEqual(decoded_frames(self.work / "r/voice.m4a"), decoded_frames(self.work / "r/mix.m4a"))
+
+
+class Endings(TestCase):
+    SIGNALS = (signal.SIGTERM, signal.SIGINT, signal.SIGHUP)
+
+    def end_impatiently(self, process):
+        """One signal after the other until the process is gone."""
+        count = 0
+        while process.poll() is None:
+            process.send_signal(self.SIGNALS[count % 3])
+            count += 1
+        return count
+
+    def test_storm_of_signals_tears_nothing(self):
+        for attempt in range(5):
+            folder = self.work / str(attempt)
+            recording = Recording("--folder", folder, log=self.work / "log")
+            recording.until_said("first SYSTEM callback")
+            self.assertGreater(self.end_impatiently(recording.process), 2)
+            out, _ = recording.process.communicate(timeout=LIMIT)
+            self.assertEqual((recording.process.returncode, len(out.splitlines())), (0, 3))
+            self.assert_whole(folder)
+        self.assert_nothing_left()
+
+    def test_storm_of_signals_during_the_start_leaves_whole_files_or_none(self):
+        for attempt in range(10):
+            folder = self.work / str(attempt)
+            recording = Recording("--folder", folder, log=self.work / "log")
+            recording.until_said("[rec]")  # the start has begun; how far it comes differs
+            time.sleep(attempt / 50)
+            self.end_impatiently(recording.process)
+            recording.process.communicate(timeout=LIMIT)
+            self.assertIn(recording.process.returncode, (0, 1))
+            found = json.loads(run("recover", "--json", "--dry-run", folder).stdout)
+            self.assertEqual({file["state"] for file in found} - {"whole"}, set())
+        self.assert_nothing_left()
+
+
+class TwoPrograms(TestCase):
+    def test_record_at_once_into_two_folders(self):
+        folders = [self.work / "one", self.work / "two"]
+        both = [Recording("--folder", folder, log=self.work / f"{folder.name} log") for folder in folders]
+        for recording in both:
+            recording.until_said("[rec] 3s:")
+        for recording, folder in zip(both, folders):
+            recording.end()
+            self.assertEqual(recording.process.returncode, 0)
+            self.assert_whole(folder)
+            for name in FILES:
+                self.assertGreater(decoded_frames(folder / name), 2.5 * 48000)
+        self.assert_nothing_left()
+
+    def test_cannot_record_into_the_same_folder(self):
+        folder = self.work / "r"
+        first = Recording("--folder", folder, log=self.work / "log").until_said("first SYSTEM callback")
+        self.assert_failed(run("record", "--seconds=1", "--folder", folder),
+                           "Could not create the recording files: File exists")
+        first.end()
+        self.assertEqual(first.process.returncode, 0)
+        self.assert_whole(folder)
+
+    def test_recovery_beside_a_recording_touches_nothing(self):
+        folder = self.work / "r"
+        recording = Recording("--folder", folder, log=self.work / "log").until_said("first SYSTEM callback")
+        for _ in range(20):
+            found = json.loads(run("recover", "--json", folder).stdout)
+            self.assertEqual([file["state"] for file in found], ["in use"] * 3)
+        recording.end()
+        self.assertEqual(recording.process.returncode, 0)
+        self.assert_whole(folder)
+
+
+class Sleep(TestCase):
+    def setUp(self):
+        super().setUp()
+        self.logind = Logind()
+        self.addCleanup(self.logind.end)
+
+    def test_files_hold_everything_before_the_computer_sleeps_and_the_recording_goes_on(self):
+        folder = self.work / "r"
+        recording = Recording("--folder", folder, log=self.work / "log", env=self.logind.env)
+        self.assertEqual(self.logind.said(), "guarded")
+        recording.until_said("first SYSTEM callback")
+        before = decoded_frames(folder / "voice.m4a")
+        for sleep in range(3):
+            self.logind.order("sleep")
+            self.assertEqual(self.logind.said(), "released")
+            asleep = self.work / f"asleep {sleep}"
+            shutil.copytree(folder, asleep)
+            self.logind.order("wake")
+            self.assertEqual(self.logind.said(), "guarded")
+            run("recover", asleep)
+            self.assert_whole(asleep)
+            now = decoded_frames(asleep / "voice.m4a")
+            self.assertGreater(now, before)  # in less than the second after which a file grows by itself
+            before = now
+        recording.end()
+        self.assertEqual(recording.process.returncode, 0)
+        self.assertEqual(self.logind.said(), "released")
+        self.assert_whole(folder)
+        self.assertGreater(decoded_frames(folder / "voice.m4a"), before)
+        self.assertNotIn("sleep", recording.log.read_text())
+
+    def test_recording_goes_on_without_the_system_bus(self):
+        recording = Recording("--folder", self.work / "r", log=self.work / "log", env=self.logind.env)
+        self.assertEqual(self.logind.said(), "guarded")
+        recording.until_said("first SYSTEM callback")
+        self.logind.end()
+        recording.until_said("[rec] recording without protection from sleep: ").end()
+        self.assertEqual(recording.process.returncode, 0)
+        self.assertEqual(recording.log.read_text().count("sleep"), 1)
+        self.assert_whole(self.work / "r")
 
 
 class Kills(TestCase):

@@ -14,6 +14,7 @@ ROOMS = {
     "transcription": (["base"], []),
     "platform/posix": (["base"], []),
     "platform/pipewire": (["base", "capture"], ["pipewire/", "spa/"]),
+    "platform/desktop": (["base", "capture", "platform/posix"], ["systemd/"]),
     "platform/media": (["base", "capture", "transcription", "platform/posix"], ["libav", "libsw"]),
     "platform/speech": (["base", "transcription", "platform/posix", "speech_worker/protocol.h"], ["nlohmann/"]),
     "speech_worker": (["base", "platform/media"], ["nlohmann/", "pocketsphinx.h", "sphinxbase/"]),
@@ -21,7 +22,7 @@ ROOMS = {
     "": (["base", "capture", "transcription", "cli", "platform/"], []),  # main.cpp
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
-THIRD_PARTY = re.compile(r"^(pipewire/|spa/|libav|libsw|nlohmann/|pocketsphinx|sphinxbase/|Q[A-Z]|Qt)")
+THIRD_PARTY = re.compile(r"^(pipewire/|spa/|libav|libsw|nlohmann/|pocketsphinx|sphinxbase/|systemd/|Q[A-Z]|Qt)")
 
 
 def room_of(path: str) -> str:

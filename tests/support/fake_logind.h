@@ -1,0 +1,133 @@
+#pragma once
+
+#include "platform/posix/file_handle.h"
+#include "support/running_program.h"
+#include "support/temporary_folder.h"
+
+#include <algorithm>
+#include <chrono>
+#include <fcntl.h>
+#include <functional>
+#include <memory>
+#include <poll.h>
+#include <stdexcept>
+#include <string>
+#include <systemd/sd-bus.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+/// A message bus of the system's kind that nobody but the test knows.
+class PrivateBus {
+  public:
+    PrivateBus() {
+        writeFile(m_folder / "bus.conf", "<busconfig><type>session</type><listen>" + address() +
+                                             "</listen><policy context=\"default\"><allow own=\"*\"/>"
+                                             "<allow send_destination=\"*\"/><allow receive_sender=\"*\"/>"
+                                             "</policy></busconfig>");
+        m_daemon = std::make_unique<RunningProgram>(std::vector<std::string>{
+            "dbus-daemon", "--nofork", "--nopidfile", "--config-file=" + (m_folder / "bus.conf").string()});
+    }
+
+    std::string address() const { return "unix:path=" + (m_folder / "bus").string(); }
+    void end() { m_daemon.reset(); }
+
+  private:
+    TemporaryFolder m_folder;
+    std::unique_ptr<RunningProgram> m_daemon;
+};
+
+/// Gives out inhibitor locks and says that the computer goes to sleep. Does its work on the caller's thread,
+/// in `until`.
+class FakeLogind {
+  public:
+    /// What was asked for, in order.
+    struct Inhibition {
+        std::string what, who, why, mode;
+        FileHandle ourEnd = {};
+
+        /// As long as the other side has its end open.
+        bool held() const {
+            pollfd end{ourEnd.get(), 0, 0};
+            return poll(&end, 1, 0) == 0;
+        }
+    };
+
+    explicit FakeLogind(const std::string& address) {
+        connect(address);
+        static const sd_bus_vtable methods[] = {SD_BUS_VTABLE_START(0),
+                                                SD_BUS_METHOD("Inhibit", "ssss", "h", &onInhibit, 0),
+                                                SD_BUS_SIGNAL("PrepareForSleep", "b", 0), SD_BUS_VTABLE_END};
+        check(sd_bus_add_object_vtable(m_bus.get(), nullptr, path, interface, methods, this));
+        check(sd_bus_request_name(m_bus.get(), "org.freedesktop.login1", 0));
+    }
+
+    bool refuses = false;
+    std::vector<Inhibition> inhibitions;
+
+    const Inhibition* last(const std::string& what) const {
+        const auto found = std::find_if(inhibitions.rbegin(), inhibitions.rend(),
+                                        [&](const Inhibition& each) { return each.what == what; });
+        return found == inhibitions.rend() ? nullptr : &*found;
+    }
+    bool holds(const std::string& what) const {
+        const Inhibition* const found = last(what);
+        return found != nullptr && found->held();
+    }
+    void prepareForSleep(bool begins) {
+        check(sd_bus_emit_signal(m_bus.get(), path, interface, "PrepareForSleep", "b", begins ? 1 : 0));
+        check(sd_bus_flush(m_bus.get()));
+    }
+
+    /// Works until the condition holds; false when that takes too long.
+    bool until(const std::function<bool()>& condition) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > end) return false;
+            if (check(sd_bus_process(m_bus.get(), nullptr)) == 0) check(sd_bus_wait(m_bus.get(), 2000));
+        }
+        return true;
+    }
+
+  private:
+    struct Close {
+        void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
+    };
+    static constexpr const char* path = "/org/freedesktop/login1";
+    static constexpr const char* interface = "org.freedesktop.login1.Manager";
+
+    static int check(int result) {
+        if (result < 0) throw std::runtime_error("fake logind: error " + std::to_string(-result));
+        return result;
+    }
+
+    /// Once the bus has begun to listen.
+    void connect(const std::string& address) {
+        for (int tries = 0;; ++tries) {
+            sd_bus* bus = nullptr;
+            check(sd_bus_new(&bus));
+            m_bus.reset(bus);
+            check(sd_bus_set_address(bus, address.c_str()));
+            check(sd_bus_set_bus_client(bus, 1));
+            check(sd_bus_negotiate_fds(bus, 1));
+            if (sd_bus_start(bus) >= 0) return;
+            if (tries > 5000) throw std::runtime_error("fake logind: there is no bus");
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+    }
+
+    static int onInhibit(sd_bus_message* call, void* data, sd_bus_error* error) {
+        auto* const self = static_cast<FakeLogind*>(data);
+        const char *what = nullptr, *who = nullptr, *why = nullptr, *mode = nullptr;
+        check(sd_bus_message_read(call, "ssss", &what, &who, &why, &mode));
+        Inhibition& made = self->inhibitions.emplace_back(Inhibition{what, who, why, mode});
+        if (self->refuses) return sd_bus_error_set(error, SD_BUS_ERROR_ACCESS_DENIED, "Permission denied");
+        int ends[2];
+        check(pipe2(ends, O_CLOEXEC));
+        made.ourEnd = FileHandle(ends[0]);
+        const FileHandle theirEnd(ends[1]);
+        return sd_bus_reply_method_return(call, "h", theirEnd.get());
+    }
+
+    std::unique_ptr<sd_bus, Close> m_bus;
+};
