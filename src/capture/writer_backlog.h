@@ -7,7 +7,7 @@
 
 /// Bounds what waits to be written of one stream of blocks, so that a disk or a processor that falls behind
 /// costs sound and not the machine's memory. What had to be dropped becomes silence of the same length, so
-/// that later sound keeps its place.
+/// that later sound keeps its place; where no sound follows the file simply ends.
 class WriterBacklog {
   public:
     static constexpr std::size_t mostFrames = std::size_t{60} * 48000; ///< a minute

@@ -9,6 +9,7 @@
 class TerminationSignals {
   public:
     TerminationSignals();
+    ~TerminationSignals() = default;
     TerminationSignals(const TerminationSignals&) = delete;
     TerminationSignals& operator=(const TerminationSignals&) = delete;
 

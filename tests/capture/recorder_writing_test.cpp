@@ -10,7 +10,7 @@ namespace {
 using namespace std::chrono_literals;
 using Samples = std::vector<float>;
 
-constexpr int second = 48000;
+constexpr std::size_t second = 48000;
 const Lines behindInTheLog{"[rec] a minute of sound waits to be written; what comes now is dropped"};
 const Lines behindInWords{
     "The disk has not kept up with the recording for a minute. Until it does, silence is "
@@ -54,6 +54,16 @@ TEST_F(RecorderWriting, DiskThatStallsForTwoMinutesCostsTheSecondMinuteAndShifts
         expected.resize(125 * second, value.second);
         EXPECT_TRUE(file(name).left == expected) << name;
         EXPECT_TRUE(file(name).right == expected) << name;
+    }
+}
+
+TEST_F(RecorderWriting, StopDuringTheStallEndsTheFilesWithTheLastSoundThatWasKept) {
+    start();
+    for (int i = 0; i < 90; ++i) captureSecond(0.25F);
+    m_recorder->stop();
+    for (const char* name : {"voice.m4a", "system.m4a", "mix.m4a"}) {
+        EXPECT_EQ(file(name).left.size(), 60 * second) << name;
+        EXPECT_FALSE(file(name).open) << name;
     }
 }
 

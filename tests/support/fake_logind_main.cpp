@@ -3,9 +3,12 @@
 
 #include "support/fake_logind.h"
 
+#include <exception>
 #include <iostream>
 
-int main() {
+namespace {
+
+void run() {
     PrivateBus bus;
     FakeLogind logind(bus.address());
     std::cout << bus.address() << std::endl;
@@ -25,4 +28,16 @@ int main() {
         return ended;
     };
     while (!ended) logind.until(look);
+}
+
+} // namespace
+
+int main() {
+    try {
+        run();
+    } catch (const std::exception& error) {
+        std::cerr << error.what() << "\n";
+        return 1;
+    }
+    return 0;
 }

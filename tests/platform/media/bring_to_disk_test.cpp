@@ -10,7 +10,7 @@ namespace {
 using State = RecoveredFile::State;
 
 /// What the encoder keeps for its next packets: an unfinished frame, one that it looks ahead, its padding.
-constexpr std::int64_t mostInEncoder = 3 * 1024;
+constexpr std::int64_t mostInEncoder = std::int64_t{3} * 1024;
 
 class BringToDiskTest : public MediaTest {
   protected:
