@@ -31,7 +31,7 @@ constexpr auto packetTime = std::chrono::nanoseconds(1024LL * 1000000000 / 48000
 
 /// Some seconds of sound, to be written again and again.
 std::vector<std::vector<std::uint8_t>> encodedNoise() {
-    std::vector<float> noise(10 * 48000);
+    std::vector<float> noise(480000);
     std::minstd_rand random;
     std::uniform_real_distribution<float> loudness(-0.3F, 0.3F);
     std::generate(noise.begin(), noise.end(), [&] { return loudness(random); });
