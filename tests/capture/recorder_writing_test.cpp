@@ -121,13 +121,17 @@ class RecorderWritingOnThreads : public RecorderWriting {
         RecorderServices real = services();
         real.makeQueue = [this](const std::string& label) {
             auto queue = std::make_unique<ThreadQueue>(label);
+            if (label == "tapdeck.mic") m_micQueue = queue.get();
             if (label == "tapdeck.writer") m_writer = queue.get();
             return queue;
         };
         real.sleep = [this](std::chrono::milliseconds) { m_mics.deliver({0.1F}); };
         m_recorder = std::make_unique<Recorder>(real);
         startWithFiles();
+        m_micQueue->sync([] {}); // from here on nothing is captured or written by itself
+        m_writer->sync([] {});
     }
+    ThreadQueue* m_micQueue = nullptr;
     ThreadQueue* m_writer = nullptr;
 };
 
@@ -138,7 +142,6 @@ TEST_F(RecorderWritingOnThreads, AnswerSaysWhetherTheDiskConfirmed) {
 }
 
 TEST_F(RecorderWritingOnThreads, FilesThatHaveEndedAreNotWaitedFor) {
-    m_recorder->bringToDisk(1min); // nothing is being written any more
     m_files.failWrites = true;
     EXPECT_TRUE(m_recorder->bringToDisk(1min));
 }
@@ -153,12 +156,13 @@ TEST_F(RecorderWritingOnThreads, WaitForAWriterThatIsStuckEndsInTime) {
     m_writer->async([&] { diskGoesOn.get_future().wait(); });
     EXPECT_FALSE(m_recorder->bringToDisk(1ms));
     diskGoesOn.set_value();
+    m_writer->sync([] {});
 }
 
 TEST_F(RecorderWritingOnThreads, WaitForTheDiskDoesNotHoldUpTheStop) {
     m_files.disk = FakeAudioFiles::Disk::answersOnceClosed;
     auto onDisk = std::async(std::launch::async, [this] { return m_recorder->bringToDisk(1min); });
-    while (file("mix.m4a").onDisk == 0) m_writer->sync([] {});
+    while (!file("mix.m4a").onDisk) m_writer->sync([] {});
     m_recorder->stop();
     EXPECT_TRUE(onDisk.get());
 }

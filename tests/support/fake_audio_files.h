@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,7 +20,7 @@ class FakeAudioFiles final : public AudioFileWriterFactory {
         AudioFileSettings settings;
         std::vector<float> left, right;
         bool open = true;
-        std::size_t onDisk = 0; ///< so many frames were asked to be there
+        std::optional<std::size_t> onDisk = {}; ///< so many frames were asked to be there
     };
 
     std::unique_ptr<AudioFileWriter> create(const std::filesystem::path& path,
@@ -27,7 +28,7 @@ class FakeAudioFiles final : public AudioFileWriterFactory {
         const std::string name = path.filename();
         m_journal.note("create " + name);
         if (name == failingName) throw Error::posix(ENOSPC);
-        files[name] = {path, settings, {}, {}, true, 0};
+        files[name] = {path, settings, {}, {}, true, {}};
         return std::make_unique<Writer>(*this, name);
     }
 
