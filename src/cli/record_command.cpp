@@ -63,13 +63,18 @@ std::string statusText(Clock::duration elapsed, const Levels& levels) {
            meter(levels.mic) + "  Audio " + meter(levels.system) + "  (Ctrl+C stops)";
 }
 
-/// Starts while a termination signal can end the start. True when the recording runs.
-bool start(Recorder& recorder, const MicChoice& mic, const std::filesystem::path& folder,
-           TerminationSignals& signals) {
+enum class Start { failed, runs, stoppedAtItsEnd };
+
+/// Starts while a termination signal can end the start. One that comes in its last moment finds a recording
+/// that has begun, and stops that.
+Start start(Recorder& recorder, const MicChoice& mic, const std::filesystem::path& folder,
+            TerminationSignals& signals) {
     auto started = std::async(std::launch::async, [&] { return recorder.start(mic, folder); });
-    while (started.wait_for(0s) != std::future_status::ready)
-        if (signals.wait(10ms)) recorder.stop();
-    return started.get();
+    bool stopped = false;
+    while (!stopped && started.wait_for(0s) != std::future_status::ready) stopped = signals.wait(10ms);
+    if (stopped) recorder.stop();
+    if (!started.get()) return Start::failed;
+    return stopped ? Start::stoppedAtItsEnd : Start::runs;
 }
 
 /// What went wrong, or nothing once the recording is complete.
@@ -83,7 +88,9 @@ std::optional<std::string> record(Recorder& recorder, const MicChoice& mic, cons
     };
 
     line.show("Waiting for the microphone");
-    if (!start(recorder, mic, options.folder, signals)) return fault;
+    const Start started = start(recorder, mic, options.folder, signals);
+    if (started == Start::failed) return fault;
+    if (started == Start::stoppedAtItsEnd) return std::nullopt;
     const Clock::time_point begin = Clock::now();
     const auto length = std::chrono::duration_cast<Clock::duration>(
         std::chrono::duration<double>(options.seconds.value_or(longest)));
