@@ -162,7 +162,8 @@ TEST_F(RecorderWritingOnThreads, WaitForAWriterThatIsStuckEndsInTime) {
 TEST_F(RecorderWritingOnThreads, WaitForTheDiskDoesNotHoldUpTheStop) {
     m_files.disk = FakeAudioFiles::Disk::answersOnceClosed;
     auto onDisk = std::async(std::launch::async, [this] { return m_recorder->bringToDisk(1min); });
-    while (!file("mix.m4a").onDisk) m_writer->sync([] {});
+    bool asked = false;
+    while (!asked) m_writer->sync([&] { asked = file("mix.m4a").onDisk.has_value(); });
     m_recorder->stop();
     EXPECT_TRUE(onDisk.get());
 }
