@@ -31,8 +31,9 @@ async function play(number) {
   const ended = happens(audio, 'ended');
   await audio.play();
   await ended;
-  const decoded = await new OfflineAudioContext(2, 1, 48000).decodeAudioData(bytes);
-  return {announced: String(announced), played: audio.currentTime, decoded: decoded.length};
+  const decoded = await new OfflineAudioContext(2, 1, 48000).decodeAudioData(bytes)
+    .then(sound => sound.length, () => 0); // which is right for a file without sound
+  return {announced: String(announced), played: audio.currentTime, decoded};
 }
 (async () => {
   const results = [];
