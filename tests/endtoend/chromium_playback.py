@@ -31,9 +31,8 @@ async function play(number) {
   const ended = happens(audio, 'ended');
   await audio.play();
   await ended;
-  const decoded = await new OfflineAudioContext(2, 1, 48000).decodeAudioData(bytes)
-    .then(sound => sound.length, () => 0); // which is right for a file without sound
-  return {announced: String(announced), played: audio.currentTime, decoded};
+  const decoded = await new OfflineAudioContext(2, 1, 48000).decodeAudioData(bytes);
+  return {announced: String(announced), played: audio.currentTime, decoded: decoded.length};
 }
 (async () => {
   const results = [];
@@ -97,6 +96,8 @@ def main():
     program = os.environ.get("MURMELO_PROGRAM", "murmelo")
     listed = json.loads(subprocess.run([program, "recover", "--dry-run", "--json", *sys.argv[1:]], check=True,
                                        stdout=subprocess.PIPE).stdout)
+    # One without sound has no length for Chromium: nothing to compare.
+    listed = [entry for entry in listed if entry["seconds"] > 0]
     results = ask_chromium([pathlib.Path(entry["path"]) for entry in listed])
     worst = {"announced": [0.0], "played": [0.0], "decoded": [0.0]}
     unplayable, unequal = [], []
