@@ -13,18 +13,23 @@ class Executor {
     virtual void async(Task task) = 0;
 };
 
-/// Runs tasks one after the other, in the order in which they came.
-class SerialQueue : public Executor {
+/// Runs tasks one after the other, in the order in which they came, and knows the time.
+class TimedQueue : public Executor {
   public:
     /// Time since an arbitrary beginning; monotonic.
     using Time = std::chrono::nanoseconds;
 
-    /// Runs the task once the delay has passed, after what was queued by then.
+    /// Any thread. Runs the task once the delay has passed, after what was queued by then.
     virtual void asyncAfter(Time delay, Task task) = 0;
+    virtual Time now() const = 0;
+};
+
+/// A timed queue that can also be waited for and fed by a source.
+class SerialQueue : public TimedQueue {
+  public:
     /// Runs the task after everything queued so far and returns when it has ended. Never from a task of this
     /// queue.
     virtual void sync(const Task& task) = 0;
-    virtual Time now() const = 0;
 
     /// A source feeds the queue from a thread that may neither allocate nor lock: `drain` runs on the queue
     /// after each signal (several signals may share one run). A queue has at most one source.

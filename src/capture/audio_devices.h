@@ -18,6 +18,10 @@ class AudioDevices {
 
     virtual ~AudioDevices() = default;
 
+    /// False as long as the server has not told its devices, or has none at all: then an empty list of
+    /// microphones means nothing.
+    virtual bool areKnown() const = 0;
+
     /// All audio devices, in the server's order.
     virtual std::vector<DeviceID> deviceIDs() const = 0;
     /// Stable identifier; missing when unknown.

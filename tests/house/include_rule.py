@@ -12,14 +12,15 @@ ROOMS = {
     "base": ([], []),
     "capture": (["base"], []),
     "transcription": (["base"], []),
+    "app": (["base", "capture", "transcription"], []),
     "platform/posix": (["base"], []),
     "platform/pipewire": (["base", "capture"], ["pipewire/", "spa/"]),
-    "platform/desktop": (["base", "capture", "platform/posix"], ["systemd/"]),
     "platform/media": (["base", "capture", "transcription", "platform/posix"], ["libav", "libsw"]),
+    "platform/desktop": (["base", "app", "capture", "platform/posix"], ["Q", "systemd/"]),
     "platform/speech": (["base", "transcription", "platform/posix", "speech_worker/protocol.h"], ["nlohmann/"]),
     "speech_worker": (["base", "platform/media"], ["nlohmann/", "pocketsphinx.h", "sphinxbase/"]),
     "cli": (["base", "capture", "transcription"], ["nlohmann/"]),
-    "": (["base", "capture", "transcription", "cli", "platform/"], []),  # main.cpp
+    "": (["base", "capture", "transcription", "app", "cli", "platform/"], []),  # main.cpp
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
 THIRD_PARTY = re.compile(r"^(pipewire/|spa/|libav|libsw|nlohmann/|pocketsphinx|sphinxbase/|systemd/|Q[A-Z]|Qt)")

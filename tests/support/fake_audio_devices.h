@@ -21,7 +21,9 @@ class FakeAudioDevices final : public AudioDevices {
     std::optional<std::string> defaultMic;
     DeviceID defaultInput = 0;
     bool acceptsRates = true;
+    bool known = true;
 
+    bool areKnown() const override { return known; }
     std::vector<DeviceID> deviceIDs() const override {
         std::vector<DeviceID> ids;
         for (const Device& device : devices) ids.push_back(device.id);

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "platform/posix/file_handle.h"
-#include "support/running_program.h"
-#include "support/temporary_folder.h"
+#include "support/private_bus.h"
 
 #include <algorithm>
 #include <chrono>
@@ -16,26 +15,6 @@
 #include <thread>
 #include <unistd.h>
 #include <vector>
-
-/// A message bus of the system's kind that nobody but the test knows.
-class PrivateBus {
-  public:
-    PrivateBus() {
-        writeFile(m_folder / "bus.conf", "<busconfig><type>session</type><listen>" + address() +
-                                             "</listen><policy context=\"default\"><allow own=\"*\"/>"
-                                             "<allow send_destination=\"*\"/><allow receive_sender=\"*\"/>"
-                                             "</policy></busconfig>");
-        m_daemon = std::make_unique<RunningProgram>(std::vector<std::string>{
-            "dbus-daemon", "--nofork", "--nopidfile", "--config-file=" + (m_folder / "bus.conf").string()});
-    }
-
-    std::string address() const { return "unix:path=" + (m_folder / "bus").string(); }
-    void end() { m_daemon.reset(); }
-
-  private:
-    TemporaryFolder m_folder;
-    std::unique_ptr<RunningProgram> m_daemon;
-};
 
 /// Gives out inhibitor locks and says that the computer goes to sleep. Does its work on the caller's thread,
 /// in `until`.

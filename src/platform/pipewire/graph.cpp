@@ -22,6 +22,15 @@ bool isMicrophone(const Node& node) {
     return node.mediaClass == "Audio/Source" || node.mediaClass == "Audio/Source/Virtual";
 }
 
+bool hasLoudspeaker(const Graph& graph) {
+    // The PulseAudio interface puts this one in the place of a loudspeaker where there is none.
+    constexpr std::string_view standIn = "auto_null";
+    const Node* const found = findNodeIf(graph, [](const Node& node) {
+        return (node.mediaClass == "Audio/Sink" || node.mediaClass == "Audio/Duplex") && node.name != standIn;
+    });
+    return found != nullptr;
+}
+
 const Node* findMicrophone(const Graph& graph, std::string_view name) {
     return findNodeIf(graph, [&](const Node& node) { return isMicrophone(node) && node.name == name; });
 }

@@ -46,6 +46,7 @@ const Node* findNode(const Graph& graph, ObjectID id);
 /// A microphone, real or made by a program.
 bool isMicrophone(const Node& node);
 const Node* findMicrophone(const Graph& graph, std::string_view name);
+bool hasLoudspeaker(const Graph& graph);
 
 /// A graph that one thread changes and any thread reads.
 class SharedGraph {

@@ -67,7 +67,7 @@ class LoopLock {
     pw_thread_loop* m_loop;
 };
 
-/// A buffer on loan from a capturing stream; goes back at the end of the scope. Real-time safe.
+/// A buffer on loan from a stream; goes back at the end of the scope. Real-time safe.
 class DequeuedBuffer {
   public:
     explicit DequeuedBuffer(pw_stream* stream) noexcept
@@ -88,6 +88,23 @@ class DequeuedBuffer {
         const std::size_t frames = bytes / sizeof(float) / channels;
         const auto* const begin = static_cast<const std::byte*>(data.data) + data.chunk->offset;
         return {reinterpret_cast<const float*>(begin), frames * channels};
+    }
+
+    /// Where a playing stream puts interleaved samples: as many as are asked for, whole frames only.
+    std::span<float> room(std::size_t channels) const noexcept {
+        const spa_data& data = m_buffer->buffer->datas[0];
+        if (data.data == nullptr) return {};
+        std::size_t frames = data.maxsize / sizeof(float) / channels;
+        if (m_buffer->requested != 0) frames = std::min<std::size_t>(frames, m_buffer->requested);
+        return {static_cast<float*>(data.data), frames * channels};
+    }
+    /// These samples are to be played.
+    void filled(std::span<const float> samples, std::size_t channels) const noexcept {
+        if (m_buffer->buffer->datas[0].chunk == nullptr) return;
+        spa_chunk& chunk = *m_buffer->buffer->datas[0].chunk;
+        chunk.offset = 0;
+        chunk.stride = static_cast<std::int32_t>(channels * sizeof(float));
+        chunk.size = static_cast<std::uint32_t>(samples.size_bytes());
     }
 
   private:

@@ -24,6 +24,12 @@ const Node* defaultMicrophone(const Graph& graph) {
 
 } // namespace
 
+/// The session manager chooses defaults once it has brought the devices in.
+bool PipeWireDevices::areKnown() const {
+    return m_graph.read(
+        [](const Graph& graph) { return !graph.defaultSource.empty() || !graph.defaultSink.empty(); });
+}
+
 std::vector<AudioDevices::DeviceID> PipeWireDevices::deviceIDs() const {
     return m_graph.read([](const Graph& graph) {
         std::vector<DeviceID> ids;

@@ -8,6 +8,7 @@ class PipeWireDevices final : public AudioDevices {
   public:
     explicit PipeWireDevices(const PipeWireConnection& connection) : m_graph(connection.graph()) {}
 
+    bool areKnown() const override;
     std::vector<DeviceID> deviceIDs() const override;
     std::optional<std::string> uid(DeviceID device) const override;
     std::optional<std::string> name(DeviceID device) const override;

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "app/capture_engine.h"
+#include "app/mic_authorization.h"
+#include "app/settings_store.h"
+#include "app/windowing.h"
+#include "app/workspace.h"
+#include "base/serial_queue.h"
+#include "capture/audio_devices.h"
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+
+/// What AppState works with. All of it outlives the state and the jobs that it started.
+struct Services {
+    SettingsStore& settings;
+    AudioDevices& devices;
+    MicAuthorization& micAuthorization;
+    Workspace& workspace;
+    Windowing& windowing;
+
+    TimedQueue& main; ///< the main thread; its now() is the clock
+    Executor& jobs;   ///< gives each task a thread of its own
+
+    std::function<std::shared_ptr<CaptureEngine>()> makeEngine;
+    /// Both block, on a job.
+    std::function<void()> primeSystemAudioPermission;
+    std::function<bool()> systemAudioWorks;
+    /// Blocks, on a job; throws Error, also soon after a stop request. Returns the transcript's path.
+    std::function<std::filesystem::path(const std::filesystem::path& folder, const std::stop_token& stop)>
+        transcribeRecording;
+
+    /// Blocks the calling job.
+    std::function<void(std::chrono::milliseconds)> sleep;
+    std::function<std::chrono::system_clock::time_point()> wallClock;
+    std::function<std::optional<std::string>(const char* name)> environment;
+    /// Ends the process at once with that status, leaving no child behind. Main thread.
+    std::function<void(int status)> exit;
+};
