@@ -31,6 +31,7 @@ std::int64_t zerosAtEnd(std::span<const float> stereo) {
 // -------------------------------------------------------------------------------------------
 
 void CaptureTimeline::micBlock(Time start, std::span<const float> mono) {
+    start = m_awake.of(start);
     const bool isFirst = !m_micBegun;
     if (isFirst) beginMic(start);
     m_micNext += m_micClock.place(start, mono.size());
@@ -44,6 +45,7 @@ void CaptureTimeline::micBlock(Time start, std::span<const float> mono) {
 }
 
 void CaptureTimeline::tick(Time now) {
+    now = m_awake.of(now);
     if (!m_micBegun) return;
     // Not up to now: what a returning microphone has given by now is still on its way.
     if (now - m_micClock.end() > micPatience) fillMic(indexAt(now - tapPatience));
@@ -74,6 +76,7 @@ std::int64_t CaptureTimeline::indexAt(Time time) const {
 // --------------------------------------------------------------------------------------------------
 
 void CaptureTimeline::tapBlock(Time start, std::span<const float> stereo) {
+    start = m_awake.of(start);
     const std::int64_t frames = std::ssize(stereo) / 2;
     if (!m_micBegun) beginMic(start); // it never came: silence until it does
     if (m_tap != Tap::running) beginTap(start);
@@ -94,6 +97,7 @@ void CaptureTimeline::tapBlock(Time start, std::span<const float> stereo) {
 }
 
 void CaptureTimeline::tapStopped() {
+    if (m_tap == Tap::running) silenceTap(m_micIn);
     m_tap = Tap::absent;
     deliverMic(m_micIn);
 }

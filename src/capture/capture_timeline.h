@@ -1,5 +1,6 @@
 #pragma once
 
+#include "capture/awake_time.h"
 #include "capture/block_clock.h"
 #include "capture/pending_audio.h"
 
@@ -14,7 +15,8 @@
 /// The microphone's sample count is the time. Its samples are never corrected for drift; the clock only
 /// measures gaps, which become silence. The tap follows: what it lacks or has too much is corrected where it
 /// is silent anyway, and by force only when it is far off. A microphone sample is delivered after the tap's
-/// sample of the same time, so whoever mixes them finds it there; no time is delivered twice.
+/// sample of the same time, so whoever mixes them finds it there; no time is delivered twice. A time in which
+/// the whole process stood still (see AwakeTime) is no part of the line.
 ///
 /// Pure arithmetic: times are handed in, on the monotonic clock; one thread at a time. 48 kHz.
 class CaptureTimeline {
@@ -42,12 +44,14 @@ class CaptureTimeline {
     /// `start` is the time of the block's first sample.
     void micBlock(Time start, std::span<const float> mono);
     void tapBlock(Time start, std::span<const float> interleavedStereo);
-    /// A few times a second, after the microphone's blocks so far: what is silent for too long by now?
+    /// A few times a second, also before the first block: what is silent for too long by now?
     void tick(Time now);
-    /// No tap from now on: the microphone waits no longer.
+    /// No tap from now on: the microphone waits no longer. Both end together.
     void tapStopped();
     /// Delivers what of the microphone still waits.
     void micStopped();
+    /// What was left out because the whole process stood still, so far.
+    Time takenOut() const { return m_awake.takenOut(); }
 
   private:
     enum class Tap {
@@ -67,6 +71,7 @@ class CaptureTimeline {
     void deliverMic(std::int64_t until);
 
     Sinks m_sinks;
+    AwakeTime m_awake;
 
     // Positions are samples of the microphone since its first, gaps included.
     BlockClock m_micClock;

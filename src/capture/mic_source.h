@@ -2,6 +2,7 @@
 
 #include "base/serial_queue.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -13,6 +14,8 @@ struct MicBuffer {
     const float* samples;     ///< null when the delivery carries no data
     std::size_t byteCount;    ///< bytes behind `samples`
     std::int64_t sampleCount; ///< samples announced; more than byteCount holds means a damaged delivery
+    std::chrono::nanoseconds start{}; ///< when the first sample was captured, on the monotonic clock
+    bool isStandIn = false;           ///< silence in place of a microphone that has given nothing so far
 };
 
 /// Port: one microphone that is being captured. Used by one thread at a time.

@@ -1,23 +1,30 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <span>
 #include <vector>
 
-/// Carries blocks of samples from one real-time thread to one other thread, without locks.
+/// Carries blocks of samples, each with its time, from one real-time thread to one other thread, without
+/// locks.
 ///
 /// Blocks keep their boundaries: each is handed out whole and contiguous. Memory is taken in the constructor
 /// and never again.
 class PacketRing {
   public:
-    /// Room for this many samples, including one sample's place per block.
+    using Time = std::chrono::nanoseconds;
+    /// What a block takes besides its samples, in samples.
+    static constexpr std::size_t headerSize = 3;
+
+    /// Room for this many samples, including headerSize for each block.
     explicit PacketRing(std::size_t capacity) : m_samples(capacity) {}
 
     /// The real-time thread. Copies the block; false, and counted, when there is no room.
-    bool push(std::span<const float> block) noexcept {
-        const std::size_t need = block.size() + 1;
+    bool push(Time time, std::span<const float> block) noexcept {
+        const std::size_t need = block.size() + headerSize;
         const std::size_t write = m_write.load(std::memory_order_relaxed);
         const std::size_t read = m_read.load(std::memory_order_acquire);
         const std::size_t at = write % m_samples.size();
@@ -27,29 +34,33 @@ class PacketRing {
             m_dropped.fetch_add(1, std::memory_order_relaxed);
             return false;
         }
-        if (skipped > 0) setHeader(at, wrapMark);
+        if (skipped > 0) setSize(at, wrapMark);
         const std::size_t begin = skipped > 0 ? 0 : at;
-        setHeader(begin, block.size());
-        if (!block.empty()) std::memcpy(&m_samples[begin + 1], block.data(), block.size_bytes());
+        setSize(begin, block.size());
+        const Time::rep count = time.count();
+        std::memcpy(&m_samples[begin + 1], &count, sizeof count);
+        if (!block.empty()) std::memcpy(&m_samples[begin + headerSize], block.data(), block.size_bytes());
         m_write.store(write + skipped + need, std::memory_order_release);
         return true;
     }
 
-    /// The other thread. Hands every block to `take(std::span<const float>)`, oldest first; the block is
-    /// valid during the call.
+    /// The other thread. Hands every block to `take(Time, std::span<const float>)`, oldest first; the block
+    /// is valid during the call.
     template <typename Take>
     void drain(Take&& take) {
         std::size_t read = m_read.load(std::memory_order_relaxed);
         const std::size_t write = m_write.load(std::memory_order_acquire);
         while (read != write) {
             const std::size_t at = read % m_samples.size();
-            const std::size_t size = header(at);
+            const std::size_t size = sizeAt(at);
             if (size == wrapMark) {
                 read += m_samples.size() - at;
                 continue;
             }
-            take(std::span<const float>(m_samples).subspan(at + 1, size));
-            read += size + 1;
+            Time::rep time = 0;
+            std::memcpy(&time, &m_samples[at + 1], sizeof time);
+            take(Time(time), std::span<const float>(m_samples).subspan(at + headerSize, size));
+            read += size + headerSize;
             m_read.store(read, std::memory_order_release);
         }
     }
@@ -58,16 +69,17 @@ class PacketRing {
     std::size_t dropped() const noexcept { return m_dropped.load(std::memory_order_relaxed); }
 
   private:
-    using Header = std::uint32_t; // a block's size, in the place of one sample
-    static_assert(sizeof(Header) == sizeof(float));
+    // A header is the block's size in the place of one sample and its time in that of two.
+    using Size = std::uint32_t;
+    static_assert(sizeof(Size) + sizeof(Time::rep) == headerSize * sizeof(float));
     static constexpr std::size_t wrapMark = 0xffffffff;
 
-    void setHeader(std::size_t at, std::size_t size) noexcept {
-        const auto value = static_cast<Header>(size);
+    void setSize(std::size_t at, std::size_t size) noexcept {
+        const auto value = static_cast<Size>(size);
         std::memcpy(&m_samples[at], &value, sizeof value);
     }
-    std::size_t header(std::size_t at) const noexcept {
-        Header value;
+    std::size_t sizeAt(std::size_t at) const noexcept {
+        Size value;
         std::memcpy(&value, &m_samples[at], sizeof value);
         return value;
     }

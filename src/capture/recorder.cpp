@@ -136,7 +136,8 @@ bool Recorder::startSystemAudio() {
     SystemAudioSource::Registered proc{};
     int startStatus = -1;
     if (!unlessStopped([&] {
-            proc = m_tap.registerProc(*m_ioQueue, [this](AudioBufferList buffers) { handleSystem(buffers); });
+            proc = m_tap.registerProc(*m_ioQueue,
+                                      [this](AudioBufferList buffers, auto) { handleSystem(buffers); });
             if (proc.status == 0 && proc.id) startStatus = m_tap.start();
         }))
         return endStoppedStart();

@@ -7,7 +7,8 @@
 #include <utility>
 
 void Recorder::captureOutput(const MicBuffer& buffer) {
-    if (++m_counters->micCallbacks == 1) {
+    // Silence for a microphone that never came keeps the files in step; it is no sign of life.
+    if (!buffer.isStandIn && ++m_counters->micCallbacks == 1) {
         DebugLog::log("[rec] first MIC callback");
         if (!std::exchange(m_firstAudioSent, true) && onFirstAudio) onFirstAudio();
     }

@@ -2,6 +2,7 @@
 
 #include "base/serial_queue.h"
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -44,7 +45,8 @@ struct TapDeviceDescription {
 /// negative errno.
 class SystemAudioSource {
   public:
-    using Handler = std::function<void(AudioBufferList)>;
+    /// `start` is the time of the first sample, on the monotonic clock.
+    using Handler = std::function<void(AudioBufferList, std::chrono::nanoseconds start)>;
     struct Created {
         int status;
         std::uint32_t id; ///< 0 when nothing was created

@@ -141,7 +141,8 @@ ExitStatus recordCommand(int argc, char** argv, const AudioDevices& devices, con
     options.folder = arguments.has("folder")
                          ? std::filesystem::absolute(*arguments.value("folder"))
                          : recordingsFolder() / recordingFolderName(std::chrono::system_clock::now());
-    Recorder recorder(services);
+    AlignedRecorder aligned(services, {mic->name, &services.notices});
+    Recorder& recorder = aligned.recorder;
     sleepGuard.start([&recorder] {
         if (!recorder.bringToDisk(SleepGuard::patience))
             DebugLog::log("[rec] the computer sleeps, and the disk does not have all of the recording yet");

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "capture/recorder.h"
+#include "capture/aligned_recorder.h"
 #include "capture/sleep_guard.h"
 #include "cli/exit_status.h"
 #include "cli/status_line.h"

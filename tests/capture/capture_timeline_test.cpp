@@ -72,7 +72,7 @@ TEST_F(CaptureTimelineTest, MicrophoneFlowsAloneWhenTheTapStops) {
     EXPECT_EQ(micEnd(), 5 * block);
     mic(5 * block);
     EXPECT_EQ(micEnd(), 6 * block);
-    EXPECT_EQ(tapEnd(), 4 * block);
+    EXPECT_EQ(m_tap, withSilence(numbered(block, 4 * block, 1), 3 * block, 4 * block));
 }
 
 TEST_F(CaptureTimelineTest, WhatWaitsIsDeliveredWhenTheMicrophoneStops) {
@@ -176,6 +176,46 @@ TEST_F(CaptureTimelineTest, WithoutAnySourceTimeDoesNothing) {
     EXPECT_EQ(micEnd() + tapEnd(), 0);
 }
 
+// --- the whole process stands still ---
+
+TEST_F(CaptureTimelineTest, StandstillOfTheWholeProcessIsNoPartOfTheRecording) {
+    begin();
+    const std::int64_t resumed = 4 * block + 61 * second;
+    both(resumed, resumed + 10 * block);
+    EXPECT_EQ(zeros(m_mic) + zeros(m_tap), 0);
+    EXPECT_EQ(micEnd(), 14 * block);
+    EXPECT_EQ(tapEnd(), 14 * block);
+    EXPECT_EQ(micAt(4 * block), resumed + 1);
+    EXPECT_EQ(tapAt(4 * block), resumed + 1);
+    EXPECT_EQ(m_timeline.takenOut(), 61s + at(block));
+}
+
+TEST_F(CaptureTimelineTest, BlocksOfBeforeAStandstillKeepTheirPlace) {
+    begin();
+    m_timeline.tick(at(4 * block + 100 * second)); // the first to notice
+    both(4 * block, 8 * block);
+    both(100 * second, 100 * second + 10 * block);
+    EXPECT_LT(zeros(m_mic) + zeros(m_tap), 480);
+    EXPECT_NEAR(micEnd(), 18 * block, 4 * block + 480);
+    EXPECT_EQ(micAt(micEnd() - 1), tapAt(micEnd() - 1));
+}
+
+TEST_F(CaptureTimelineTest, AnythingThatHappensShowsThatTheProcessDoesNotStandStill) {
+    begin();
+    for (std::int64_t frame = 4 * block; frame < 100 * second; frame += second) m_timeline.tick(at(frame));
+    both(100 * second, 101 * second);
+    EXPECT_EQ(m_timeline.takenOut(), 0s);
+    EXPECT_EQ(micAt(micEnd() - 1), micEnd());
+}
+
+TEST_F(CaptureTimelineTest, SecondStandstillIsTakenOutToo) {
+    begin();
+    both(100 * second, 100 * second + 5 * block);
+    both(200 * second, 200 * second + 5 * block);
+    EXPECT_EQ(micEnd(), 14 * block);
+    EXPECT_EQ(zeros(m_mic) + zeros(m_tap), 0);
+}
+
 // --- the tap ---
 
 TEST_F(CaptureTimelineTest, MicrophoneSampleComesOnlyAfterTheTapsSample) {
@@ -229,7 +269,7 @@ TEST_F(CaptureTimelineTest, WithBothSourcesLostBothAreSilentInStep) {
 
 TEST_F(CaptureTimelineTest, LongStopOfTheWholeProgramNeverBringsTheTapFarAhead) {
     begin();
-    const std::int64_t resumed = 100 * second;
+    const std::int64_t resumed = 50 * second;
     tap(resumed); // the tap's thread is the first to go on
     both(resumed + block, resumed + 4 * block);
     EXPECT_LE(m_longestLead, 2 * second);

@@ -26,16 +26,18 @@ class FakeMics final : public MicSourceFactory {
     }
 
     /// From any thread; does nothing while no microphone runs.
-    void deliver(std::vector<float> samples) {
+    void deliver(std::vector<float> samples, std::chrono::nanoseconds start = {}) {
         const auto count = static_cast<std::int64_t>(samples.size());
-        deliverRaw(std::move(samples), count, true);
+        deliverRaw(std::move(samples), count, true, start);
     }
     /// A delivery whose announcement need not match its data.
-    void deliverRaw(std::vector<float> samples, std::int64_t announced, bool withData) {
+    void deliverRaw(std::vector<float> samples, std::int64_t announced, bool withData,
+                    std::chrono::nanoseconds start = {}) {
         const std::lock_guard lock(m_mutex);
         if (!m_running) return;
-        m_queue->async([handler = m_handler, samples = std::move(samples), announced, withData] {
-            (*handler)({withData ? samples.data() : nullptr, samples.size() * sizeof(float), announced});
+        m_queue->async([handler = m_handler, samples = std::move(samples), announced, withData, start] {
+            (*handler)(
+                {withData ? samples.data() : nullptr, samples.size() * sizeof(float), announced, start});
         });
     }
     bool running() const {

@@ -23,20 +23,22 @@ class FakeSystemAudio final : public SystemAudioSourceFactory {
         bool withData = true;
         int missingBytes = 0;
     };
-    void deliver(std::vector<Buffer> buffers) {
+    void deliver(std::vector<Buffer> buffers, std::chrono::nanoseconds start = {}) {
         const std::lock_guard lock(m_mutex);
         if (!m_running) return;
-        m_queue->async([handler = m_handler, buffers = std::move(buffers)] {
+        m_queue->async([handler = m_handler, buffers = std::move(buffers), start] {
             std::vector<AudioBuffer> list;
             for (const Buffer& buffer : buffers)
                 list.push_back({buffer.channels,
                                 static_cast<std::uint32_t>(buffer.samples.size() * sizeof(float)) -
                                     static_cast<std::uint32_t>(buffer.missingBytes),
                                 buffer.withData ? buffer.samples.data() : nullptr});
-            (*handler)(list);
+            (*handler)(list, start);
         });
     }
-    void deliverStereo(std::vector<float> interleaved) { deliver({{2, std::move(interleaved)}}); }
+    void deliverStereo(std::vector<float> interleaved, std::chrono::nanoseconds start = {}) {
+        deliver({{2, std::move(interleaved)}}, start);
+    }
 
     SystemAudioSource::Created tap{0, 41};
     SystemAudioSource::Created device{0, 42};

@@ -49,6 +49,9 @@ class ManualQueue final : public SerialQueue {
         m_now = target;
     }
 
+    /// Moves the clock while nobody runs, as when the process is stopped.
+    void standStill(Time by) { m_now += by; }
+
     /// Tasks that are due.
     std::size_t pending() const { return m_tasks.size(); }
     bool idle() const { return m_tasks.empty() && m_waiting.empty(); }

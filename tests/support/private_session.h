@@ -19,17 +19,24 @@ class PrivateSession {
     void start() { EXPECT_EQ(RunningProgram({MURMELO_PRIVATE_SESSION, "start", folder()}).wait(), 0); }
     void stop() { EXPECT_EQ(RunningProgram({MURMELO_PRIVATE_SESSION, "stop", folder()}).wait(), 0); }
 
-    /// The server dies without a word.
-    void killServer() {
+    /// Server or session manager die without a word.
+    void killServer() { killProgram("pipewire"); }
+    void killManager() { killProgram("wireplumber"); }
+    /// Another session manager; runs in the session's surroundings until it is ended.
+    std::vector<std::string> manager() {
+        return {"bash", "-c",
+                "eval \"$('" MURMELO_PRIVATE_SESSION "' env '" + folder() + "')\"; exec wireplumber"};
+    }
+
+  private:
+    void killProgram(const std::string& wanted) {
         std::ifstream processes(folder() + "/pids");
         pid_t process = 0;
         std::string started;
         std::string name;
         while (processes >> process >> started >> name)
-            if (name == "pipewire") kill(process, SIGKILL);
+            if (name == wanted) kill(process, SIGKILL);
     }
-
-  private:
     std::string folder() const { return (m_folder / "s").string(); }
 
     TemporaryFolder m_folder;

@@ -18,7 +18,7 @@ class TapRecording {
         const auto device = m_source->createDevice(testTapDevice);
         EXPECT_EQ(device.status, 0);
         EXPECT_NE(device.id, 0U);
-        const auto proc = m_source->registerProc(m_queue, [this](AudioBufferList buffers) {
+        const auto proc = m_source->registerProc(m_queue, [this](AudioBufferList buffers, auto) {
             EXPECT_EQ(buffers.size(), 1U);
             EXPECT_EQ(buffers[0].channels, 2U);
             m_heard.add({static_cast<const float*>(buffers[0].data), buffers[0].byteSize / sizeof(float)});

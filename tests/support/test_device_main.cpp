@@ -4,15 +4,20 @@
 // of its own, which drives whoever uses it and is patient: however busy the machine is, the next block waits
 // until everybody has dealt with the last one, so that none is skipped. With NEW-DESCRIPTION it is renamed
 // when it receives SIGUSR1.
+//     test_device clicking-microphone NAME DESCRIPTION CHANNELS PRIORITY "" RATE PPM
+// A microphone that gives voiceMarks (see time_marks.h). Its clock runs at that rate and so much faster; it
+// catches up after blocks that had to wait, and tells when they were due.
 
 #include "platform/pipewire/calls.h"
 #include "platform/pipewire/handles.h"
 #include "support/test_signal.h"
+#include "support/time_marks.h"
 
 #include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <cstdint>
+#include <cstdlib>
 #include <ctime>
 #include <iostream>
 #include <memory>
@@ -23,7 +28,6 @@
 namespace {
 
 constexpr std::uint32_t blockFrames = 1024;
-constexpr std::int64_t blockNanoseconds = blockFrames * INT64_C(1000000000) / 48000;
 
 struct MainLoopDeleter {
     void operator()(pw_main_loop* loop) const { pw_main_loop_destroy(loop); }
@@ -39,13 +43,19 @@ struct Device {
     std::atomic<bool> blockUnderWay = false;
     std::uint64_t position = 0;
     bool isMicrophone = true;
+    bool clicks = false;
+    std::uint32_t rate = 48000;
+    double frameNanoseconds = 1e9 / 48000;
+    double due = 0; // when the next block is complete
+    std::atomic<double> blockBegin = 0;
+    spa_io_clock* clock = nullptr;
     std::uint32_t channels = 1;
     const char* newDescription = nullptr;
 
     pw_loop* events() const { return pw_main_loop_get_loop(loop.get()); }
 
     void awaitNextBlock() {
-        nextBlock.tv_nsec += blockNanoseconds;
+        nextBlock.tv_nsec += static_cast<long>(blockFrames * frameNanoseconds) / (clicks ? 4 : 1);
         if (nextBlock.tv_nsec >= 1000000000) {
             nextBlock.tv_nsec -= 1000000000;
             nextBlock.tv_sec += 1;
@@ -61,11 +71,36 @@ struct Device {
 
     void startBlock() {
         // A user that went away in the middle of a block never finishes it: half a second is enough.
-        constexpr int patience = 24;
+        const int patience = clicks ? 96 : 24;
         if (!pw_stream_is_driving(raw) || (blockUnderWay && ++ticksSinceDone < patience)) return;
+        if (clicks && !tellTime()) return;
         ticksSinceDone = 0;
         blockUnderWay = true;
         pw_stream_trigger_process(raw);
+    }
+
+    /// False when the next block is not complete yet.
+    bool tellTime() {
+        timespec time{};
+        clock_gettime(CLOCK_MONOTONIC, &time);
+        const double now = static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
+        if (now - due > 1e9) due = now; // nobody listened, or too long to catch up
+        if (due > now) return false;
+        if (clock != nullptr) {
+            clock->nsec = static_cast<std::uint64_t>(due);
+            clock->rate = SPA_FRACTION(1, rate);
+            clock->position += blockFrames;
+            clock->duration = blockFrames;
+            clock->rate_diff = 1;
+            clock->next_nsec = static_cast<std::uint64_t>(due + blockFrames * frameNanoseconds);
+        }
+        blockBegin = due - blockFrames * frameNanoseconds;
+        due += blockFrames * frameNanoseconds;
+        return true;
+    }
+
+    static void onIo(void* self, std::uint32_t id, void* area, std::uint32_t /*size*/) {
+        if (id == SPA_IO_Clock) static_cast<Device*>(self)->clock = static_cast<spa_io_clock*>(area);
     }
 
     static void onBlockDone(void* self) { static_cast<Device*>(self)->blockUnderWay = false; }
@@ -82,8 +117,10 @@ struct Device {
         const std::uint32_t frameBytes = channels * sizeof(float);
         const std::uint32_t frames = std::min(data.maxsize / frameBytes, blockFrames);
         auto* sample = static_cast<float*>(data.data);
+        const double begin = blockBegin;
         for (std::uint32_t i = 0; i < frames; ++i, ++position)
-            sample = std::fill_n(sample, channels, noiseAt(position, 0));
+            sample = std::fill_n(sample, channels,
+                                 clicks ? voiceMarks.at(begin + i * frameNanoseconds) : noiseAt(position, 0));
         data.chunk->offset = 0;
         data.chunk->stride = static_cast<std::int32_t>(frameBytes);
         data.chunk->size = frames * frameBytes;
@@ -110,12 +147,17 @@ int main(int count, char** arguments) {
     }
     const pipewire::Library library;
     Device device;
-    device.isMicrophone = arguments[1] == std::string("microphone");
+    device.clicks = arguments[1] == std::string("clicking-microphone");
+    device.isMicrophone = device.clicks || arguments[1] == std::string("microphone");
     const char* const name = arguments[2];
     const char* const description = arguments[3];
     device.channels = arguments[4] == std::string("2") ? 2 : 1;
     const char* const priority = arguments[5];
     if (count > 6) device.newDescription = arguments[6];
+    if (count > 8) {
+        device.rate = static_cast<std::uint32_t>(std::atoi(arguments[7]));
+        device.frameNanoseconds = 1e9 / device.rate / (1 + std::atof(arguments[8]) * 1e-6);
+    }
 
     device.loop.reset(pw_main_loop_new(nullptr));
     pw_loop_add_signal(device.events(), SIGTERM, Device::onEnd, &device);
@@ -126,19 +168,21 @@ int main(int count, char** arguments) {
     events.version = PW_VERSION_STREAM_EVENTS;
     events.process = Device::onProcess;
     events.trigger_done = Device::onBlockDone;
+    events.io_changed = Device::onIo;
     device.stream.reset(pw_stream_new_simple(
         device.events(), name,
         pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CLASS,
                           device.isMicrophone ? "Audio/Source" : "Audio/Sink", PW_KEY_NODE_NAME, name,
                           PW_KEY_NODE_DESCRIPTION, description, PW_KEY_PRIORITY_SESSION, priority,
                           PW_KEY_PRIORITY_DRIVER, priority, PW_KEY_NODE_AUTOCONNECT, "false",
-                          PW_KEY_NODE_LATENCY, "1024/48000", nullptr),
+                          PW_KEY_NODE_LATENCY, ("1024/" + std::to_string(device.rate)).c_str(), nullptr),
         &events, &device));
     device.raw = device.stream.get();
     std::vector<std::uint8_t> memory;
     const std::vector<std::uint32_t> mono{SPA_AUDIO_CHANNEL_MONO};
     const std::vector<std::uint32_t> stereo{SPA_AUDIO_CHANNEL_FL, SPA_AUDIO_CHANNEL_FR};
-    const spa_pod* format = pipewire::buildFloatFormat(device.channels == 2 ? stereo : mono, memory);
+    const spa_pod* format =
+        pipewire::buildFloatFormat(device.channels == 2 ? stereo : mono, memory, device.rate);
     constexpr auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_MAP_BUFFERS |
                                                         PW_STREAM_FLAG_RT_PROCESS | PW_STREAM_FLAG_DRIVER);
     const auto direction = device.isMicrophone ? PW_DIRECTION_OUTPUT : PW_DIRECTION_INPUT;

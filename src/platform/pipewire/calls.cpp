@@ -34,6 +34,18 @@ void listen(pw_node& node, Hook& hook, const pw_node_events& events, void* data)
     pw_node_subscribe_params(&node, wanted.data(), wanted.size());
 }
 
+void closeDevice(pw_node& node, spa_direction direction) {
+    const spa_command command = SPA_NODE_COMMAND_INIT(SPA_NODE_COMMAND_Suspend);
+    pw_node_send_command(&node, &command);
+    std::array<std::uint8_t, 256> memory{};
+    spa_pod_builder builder{};
+    spa_pod_builder_init(&builder, memory.data(), memory.size());
+    const void* const oneForAll = spa_pod_builder_add_object(
+        &builder, SPA_TYPE_OBJECT_ParamPortConfig, SPA_PARAM_PortConfig, SPA_PARAM_PORT_CONFIG_direction,
+        SPA_POD_Id(direction), SPA_PARAM_PORT_CONFIG_mode, SPA_POD_Id(SPA_PARAM_PORT_CONFIG_MODE_convert));
+    pw_node_set_param(&node, SPA_PARAM_PortConfig, 0, static_cast<const spa_pod*>(oneForAll));
+}
+
 ProxyHandle<pw_metadata> bindMetadata(pw_registry& registry, ObjectID id) {
     return ProxyHandle<pw_metadata>(static_cast<pw_metadata*>(
         pw_registry_bind(&registry, id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0)));
@@ -60,10 +72,11 @@ std::optional<RawFormat> parseRawFormat(const spa_pod& format) {
     return RawFormat{info.channels, info.rate};
 }
 
-const spa_pod* buildFloatFormat(std::span<const std::uint32_t> positions, std::vector<std::uint8_t>& memory) {
+const spa_pod* buildFloatFormat(std::span<const std::uint32_t> positions, std::vector<std::uint8_t>& memory,
+                                std::uint32_t rate) {
     spa_audio_info_raw info{};
     info.format = SPA_AUDIO_FORMAT_F32;
-    info.rate = 48000;
+    info.rate = rate;
     info.channels = static_cast<std::uint32_t>(positions.size());
     std::copy(positions.begin(), positions.end(), info.position);
     memory.resize(1024);

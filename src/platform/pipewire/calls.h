@@ -25,6 +25,9 @@ void listen(pw_registry& registry, Hook& hook, const pw_registry_events& events,
 /// Follows a node's properties and its format. Null when the server refuses.
 ProxyHandle<pw_node> bindNode(pw_registry& registry, ObjectID id);
 void listen(pw_node& node, Hook& hook, const pw_node_events& events, void* data);
+/// Closes a device that nobody uses and takes the ports of its channels away, so that they will be given
+/// anew.
+void closeDevice(pw_node& node, spa_direction direction);
 ProxyHandle<pw_metadata> bindMetadata(pw_registry& registry, ObjectID id);
 void listen(pw_metadata& metadata, Hook& hook, const pw_metadata_events& events, void* data);
 
@@ -38,8 +41,9 @@ struct RawFormat {
 };
 std::optional<RawFormat> parseRawFormat(const spa_pod& format);
 
-/// Describes interleaved 32-bit float audio at 48 kHz; lives in `memory`.
-const spa_pod* buildFloatFormat(std::span<const std::uint32_t> positions, std::vector<std::uint8_t>& memory);
+/// Describes interleaved 32-bit float audio at that rate (hertz); lives in `memory`.
+const spa_pod* buildFloatFormat(std::span<const std::uint32_t> positions, std::vector<std::uint8_t>& memory,
+                                std::uint32_t rate = 48000);
 
 /// The string under `name` of a JSON object such as {"name":"microphone"}; empty when there is none.
 std::string nameInJson(const char* json);

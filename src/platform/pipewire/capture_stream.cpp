@@ -5,6 +5,7 @@
 #include "platform/pipewire/calls.h"
 
 #include <cerrno>
+#include <ctime>
 #include <utility>
 
 namespace pipewire {
@@ -13,6 +14,8 @@ namespace {
 
 /// The queue may be held up for two seconds before audio is lost.
 constexpr std::size_t ringFrames = 96000;
+constexpr std::int64_t framesPerSecond = 48000;
+constexpr std::chrono::nanoseconds longestCycle = std::chrono::seconds(1);
 
 } // namespace
 
@@ -59,7 +62,8 @@ CaptureStream::~CaptureStream() {
 }
 
 void CaptureStream::start(SerialQueue& queue, Handler handler) {
-    m_ring.drain([](std::span<const float>) {}); // a block that came too late for an earlier stop
+    m_ring.drain([](std::chrono::nanoseconds, std::span<const float>) {
+    }); // a block that came too late for an earlier stop
     m_handler = std::move(handler);
     m_queue = &queue;
     m_queue->attachSource([this] { drain(); });
@@ -112,14 +116,36 @@ void CaptureStream::onStateChanged(void* self, pw_stream_state /*before*/, pw_st
 void CaptureStream::onProcess(void* self) noexcept {
     CaptureStream& stream = *static_cast<CaptureStream*>(self);
     SerialQueue* const queue = stream.m_signalled.load();
-    while (const DequeuedBuffer buffer{stream.m_stream.get()})
-        if (queue != nullptr) stream.m_ring.push(buffer.samples(stream.m_channels));
+    const std::chrono::nanoseconds now = stream.cycleTime();
+    while (const DequeuedBuffer buffer{stream.m_stream.get()}) {
+        if (queue == nullptr) continue;
+        const std::span<const float> block = buffer.samples(stream.m_channels);
+        const auto frames = static_cast<std::int64_t>(block.size() / stream.m_channels);
+        const std::chrono::nanoseconds length(frames * 1'000'000'000 / framesPerSecond);
+        stream.m_ring.push(now - length, block);
+    }
     if (queue != nullptr) queue->signalSource();
+}
+
+/// When the server's clock said that this block is complete. The delays that devices report on top of that
+/// are left out: they change with the server's block size, and each change would look like a gap.
+std::chrono::nanoseconds CaptureStream::cycleTime() noexcept {
+    timespec clock{};
+    clock_gettime(CLOCK_MONOTONIC, &clock);
+    const std::chrono::nanoseconds now =
+        std::chrono::seconds(clock.tv_sec) + std::chrono::nanoseconds(clock.tv_nsec);
+    pw_time time{};
+    if (pw_stream_get_time_n(m_stream.get(), &time, sizeof time) < 0) return now;
+    // Devices made by programs need not tell the time, or tell that of their beginning.
+    const std::chrono::nanoseconds cycle(time.now);
+    const bool isNew = std::exchange(m_lastCycle, cycle) != cycle;
+    return isNew && std::chrono::abs(now - cycle) < longestCycle ? cycle : now;
 }
 
 /// Runs on the queue.
 void CaptureStream::drain() {
-    m_ring.drain(m_handler);
+    m_ring.drain(
+        [this](std::chrono::nanoseconds start, std::span<const float> block) { m_handler(block, start); });
     if (m_overflowLogged || m_ring.dropped() == 0) return;
     m_overflowLogged = true;
     DebugLog::log("[rec] " + m_role + ": audio was lost, the machine is too busy");

@@ -22,8 +22,9 @@ namespace pipewire {
 /// of the ring and hands it on. Used by one thread at a time, never the loop's.
 class CaptureStream {
   public:
-    /// One block, whole frames; empty when it carried no data. Valid during the call.
-    using Handler = std::function<void(std::span<const float>)>;
+    /// One block, whole frames, and the time of its first frame on the monotonic clock; empty when it carried
+    /// no data. Valid during the call.
+    using Handler = std::function<void(std::span<const float>, std::chrono::nanoseconds start)>;
 
     struct Description {
         std::string role; ///< for the log: "microphone", "system audio"
@@ -45,6 +46,9 @@ class CaptureStream {
     /// start. Any number of times.
     void stop() noexcept;
 
+    /// Under the loop's lock: no audio until the next start.
+    void pause() noexcept { pw_stream_set_active(m_stream.get(), false); }
+
     /// The server's number for the stream, once it is known there; nothing when that takes longer.
     std::optional<ObjectID> waitForNode(std::chrono::nanoseconds limit) const;
     /// False when no audio flows within that time.
@@ -58,6 +62,7 @@ class CaptureStream {
 
     pw_stream_state state() const { return pw_stream_get_state(m_stream.get(), nullptr); }
     bool waitForState(pw_stream_state atLeast, std::chrono::nanoseconds limit) const;
+    std::chrono::nanoseconds cycleTime() noexcept;
     void drain();
 
     PacketRing m_ring;
@@ -65,11 +70,12 @@ class CaptureStream {
     const std::string m_role;
     const std::size_t m_channels;
     std::atomic<SerialQueue*> m_signalled{
-        nullptr};                     // whom the real-time thread wakes; null: blocks are dropped
-    SerialQueue* m_queue = nullptr;   // not null between start and stop
-    Handler m_handler;                // on the queue
-    bool m_overflowLogged = false;    // on the queue
-    std::shared_ptr<Server> m_server; // holds the connection that the stream is part of
+        nullptr};                            // whom the real-time thread wakes; null: blocks are dropped
+    std::chrono::nanoseconds m_lastCycle{0}; // on the real-time thread
+    SerialQueue* m_queue = nullptr;          // not null between start and stop
+    Handler m_handler;                       // on the queue
+    bool m_overflowLogged = false;           // on the queue
+    std::shared_ptr<Server> m_server;        // holds the connection that the stream is part of
     StreamHandle m_stream;
     std::optional<Hook> m_hook;
 };

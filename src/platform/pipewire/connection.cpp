@@ -35,6 +35,8 @@ PipeWireConnection::Connected PipeWireConnection::connect() {
     const std::shared_ptr<Server> server = m_server;
     waitUntil([&] { return server->hasFirstLook() || !server->isAlive(); },
               m_firstLookEnds - std::chrono::steady_clock::now());
+    const auto isReady = [&] { return isManaged(m_graph.current()) || !server->isAlive(); };
+    waitUntil(isReady, timeUntilManaged(m_graph.current()));
     if (!server->isAlive()) return {-EPIPE, nullptr};
     return {0, server};
 }
@@ -43,11 +45,13 @@ void PipeWireConnection::replaceServer() {
     m_server.reset();
     if (!m_context) throw Error::posix(ENOENT);
     // Whoever lets go of it last does so under the lock.
-    m_server = std::shared_ptr<Server>(new Server(*m_context, m_graph, [this] { wakeWaiting(); }),
-                                       [loop = m_loop.get()](Server* server) {
-                                           const LoopLock lock(loop);
-                                           delete server;
-                                       });
+    m_server =
+        std::shared_ptr<Server>(new Server(*m_context, m_graph, !m_hasConnected, [this] { wakeWaiting(); }),
+                                [loop = m_loop.get()](Server* server) {
+                                    const LoopLock lock(loop);
+                                    delete server;
+                                });
+    m_hasConnected = true;
     m_firstLookEnds = std::chrono::steady_clock::now() + std::chrono::seconds(2);
 }
 

@@ -25,7 +25,8 @@ class PipeWireConnection {
         std::shared_ptr<pipewire::Server> server; ///< null when there is none
     };
     /// Any thread but the loop's. Connects unless that is done, and waits, for 2 seconds at most from
-    /// connecting on, until the graph shows what there is.
+    /// connecting on, until the graph shows what there is; then until a session manager that was just started
+    /// has set up its devices.
     Connected connect();
 
     /// What the server has announced; empty without one. Any thread, at once.
@@ -46,5 +47,6 @@ class PipeWireConnection {
     pipewire::ThreadLoopHandle m_loop;
     pipewire::ContextHandle m_context;          // lives as long as the process, whatever the server does
     std::shared_ptr<pipewire::Server> m_server; // under the loop's lock
+    bool m_hasConnected = false;                // under the loop's lock
     std::chrono::steady_clock::time_point m_firstLookEnds; // under the loop's lock
 };

@@ -35,4 +35,12 @@ const Node* findMicrophone(const Graph& graph, std::string_view name) {
     return findNodeIf(graph, [&](const Node& node) { return isMicrophone(node) && node.name == name; });
 }
 
+std::chrono::nanoseconds timeUntilManaged(const Graph& graph) {
+    using std::chrono::nanoseconds;
+    constexpr nanoseconds setUpTime = std::chrono::seconds(1);
+    const auto now = std::chrono::steady_clock::now();
+    if (!graph.managedSince || *graph.managedSince <= now - setUpTime) return nanoseconds::zero();
+    return *graph.managedSince + setUpTime - now;
+}
+
 } // namespace pipewire

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,6 +41,10 @@ struct Graph {
     std::vector<Port> ports;
     std::string defaultSource; ///< node.name of the default microphone; empty when there is none
     std::string defaultSink;   ///< node.name of the default loudspeaker; empty when there is none
+
+    /// Since when a session manager has looked after devices: it gives them ports and links streams. The
+    /// beginning of time when it was there before us; nothing while there is none.
+    std::optional<std::chrono::steady_clock::time_point> managedSince;
 };
 
 /// Null when there is none.
@@ -47,6 +53,12 @@ const Node* findNode(const Graph& graph, ObjectID id);
 bool isMicrophone(const Node& node);
 const Node* findMicrophone(const Graph& graph, std::string_view name);
 bool hasLoudspeaker(const Graph& graph);
+/// How long a session manager that is there still needs to set up devices. Audio that runs meanwhile keeps it
+/// from doing so, for good. 0 also without one.
+std::chrono::nanoseconds timeUntilManaged(const Graph& graph);
+inline bool isManaged(const Graph& graph) {
+    return graph.managedSince && timeUntilManaged(graph).count() == 0;
+}
 
 /// A graph that one thread changes and any thread reads.
 class SharedGraph {

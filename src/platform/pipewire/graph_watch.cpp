@@ -17,6 +17,8 @@ struct GraphWatch::BoundNode {
     GraphWatch& watch;
     ObjectID id;
     ProxyHandle<pw_node> proxy;
+    bool isIdle = false;                            // open, but not running
+    spa_direction direction = SPA_DIRECTION_OUTPUT; // of its ports, monitors aside
     Hook hook;
 };
 
@@ -51,31 +53,17 @@ bool isWorthBinding(const Node& node) {
 
 } // namespace
 
-const pw_registry_events GraphWatch::registryEvents = [] {
-    pw_registry_events made{};
-    made.version = PW_VERSION_REGISTRY_EVENTS;
-    made.global = onGlobal;
-    made.global_remove = onGlobalRemove;
-    return made;
-}();
+const pw_registry_events GraphWatch::registryEvents{
+    .version = PW_VERSION_REGISTRY_EVENTS, .global = onGlobal, .global_remove = onGlobalRemove};
+const pw_node_events GraphWatch::nodeEvents{
+    .version = PW_VERSION_NODE_EVENTS, .info = onNodeInfo, .param = onNodeParam};
+const pw_metadata_events GraphWatch::metadataEvents{.version = PW_VERSION_METADATA_EVENTS,
+                                                    .property = onMetadataProperty};
 
-const pw_node_events GraphWatch::nodeEvents = [] {
-    pw_node_events made{};
-    made.version = PW_VERSION_NODE_EVENTS;
-    made.info = onNodeInfo;
-    made.param = onNodeParam;
-    return made;
-}();
-
-const pw_metadata_events GraphWatch::metadataEvents = [] {
-    pw_metadata_events made{};
-    made.version = PW_VERSION_METADATA_EVENTS;
-    made.property = onMetadataProperty;
-    return made;
-}();
-
-GraphWatch::GraphWatch(pw_core& core, SharedGraph& graph, std::function<void()> onChange)
-    : m_graph(graph), m_onChange(std::move(onChange)), m_registry(registryOf(core)) {
+GraphWatch::GraphWatch(pw_core& core, SharedGraph& graph, bool wasThereBeforeUs,
+                       std::function<void()> onChange)
+    : m_graph(graph), m_isBeforeUs(wasThereBeforeUs), m_onChange(std::move(onChange)),
+      m_registry(registryOf(core)) {
     m_graph.change([](Graph& all) { all = {}; });
     listen(*m_registry, m_registryHook, registryEvents, this);
 }
@@ -143,26 +131,39 @@ void GraphWatch::addMetadata(ObjectID id, const spa_dict* properties) {
     if (valueOf(properties, "metadata.name") != "default") return;
     m_metadata = std::make_unique<BoundMetadata>(*m_registry, id);
     if (m_metadata->proxy) listen(*m_metadata->proxy, m_metadata->hook, metadataEvents, this);
+    m_lostManager = false;
+    using Clock = std::chrono::steady_clock;
+    m_graph.change(
+        [&](Graph& all) { all.managedSince = m_isBeforeUs ? Clock::time_point::min() : Clock::now(); });
+    changed();
 }
 
 void GraphWatch::remove(ObjectID id) {
     m_boundNodes.erase(id);
     const bool lostDefaults = m_metadata && m_metadata->id == id;
-    if (lostDefaults) m_metadata.reset();
+    if (lostDefaults) {
+        m_metadata.reset();
+        m_lostManager = true;
+        for (const auto& [number, node] : m_boundNodes) closeIfOrphaned(*node);
+    }
     m_graph.change([&](Graph& all) {
         std::erase_if(all.nodes, [&](const Node& node) { return node.id == id; });
         std::erase_if(all.ports, [&](const Port& port) { return port.id == id; });
         if (lostDefaults) {
             all.defaultSource.clear();
             all.defaultSink.clear();
+            all.managedSince.reset();
         }
     });
     changed();
 }
 
 void GraphWatch::onNodeInfo(void* bound, const pw_node_info* info) noexcept {
+    BoundNode& node = *static_cast<BoundNode*>(bound);
+    node.isIdle = info->state == PW_NODE_STATE_IDLE;
+    node.direction = info->n_input_ports > 0 ? SPA_DIRECTION_INPUT : SPA_DIRECTION_OUTPUT;
+    node.watch.closeIfOrphaned(node);
     if ((info->change_mask & PW_NODE_CHANGE_MASK_PROPS) == 0 || info->props == nullptr) return;
-    const BoundNode& node = *static_cast<const BoundNode*>(bound);
     node.watch.changeNode(node.id, [&](Node& changing) {
         changing.infoKnown = true;
         changing.description = descriptionOf(info->props);
@@ -186,6 +187,15 @@ int GraphWatch::onMetadataProperty(void* self, std::uint32_t subject, const char
                                    const char* value) noexcept {
     if (subject == PW_ID_CORE) static_cast<GraphWatch*>(self)->setDefault(key, value);
     return 0;
+}
+
+/// A session manager that is started again gives a device its ports and waits until they come. Those that its
+/// predecessor gave, in the same way, are never announced again, and nobody could use the device any more.
+void GraphWatch::closeIfOrphaned(const BoundNode& node) {
+    if (!m_lostManager || !node.isIdle) return;
+    const Node* const known = findNode(graph(), node.id);
+    if (known != nullptr && known->mediaClass != "Stream/Output/Audio")
+        closeDevice(*node.proxy, node.direction);
 }
 
 void GraphWatch::setDefault(const char* key, const char* value) {

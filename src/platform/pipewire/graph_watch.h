@@ -23,8 +23,9 @@ class GraphObserver {
 /// it under the loop's lock.
 class GraphWatch {
   public:
-    /// Empties the graph first. `onChange` runs after the observers.
-    GraphWatch(pw_core& core, SharedGraph& graph, std::function<void()> onChange);
+    /// Empties the graph first. `onChange` runs after the observers. With
+    /// `wasThereBeforeUs` its first announcements tell of what has existed for long.
+    GraphWatch(pw_core& core, SharedGraph& graph, bool wasThereBeforeUs, std::function<void()> onChange);
     ~GraphWatch();
     GraphWatch(const GraphWatch&) = delete;
     GraphWatch& operator=(const GraphWatch&) = delete;
@@ -32,6 +33,8 @@ class GraphWatch {
     const Graph& graph() const { return m_graph.current(); }
     void add(GraphObserver& observer);
     void remove(GraphObserver& observer);
+    /// What is announced from now on has begun to exist only now.
+    void endFirstLook() { m_isBeforeUs = false; }
     /// The server has gone: nothing that it told is true any more.
     void forget();
 
@@ -55,18 +58,21 @@ class GraphWatch {
     void addPort(ObjectID id, const spa_dict* properties);
     void addMetadata(ObjectID id, const spa_dict* properties);
     void remove(ObjectID id);
+    void closeIfOrphaned(const BoundNode& node);
     void setDefault(const char* key, const char* value);
     template <typename Change>
     void changeNode(ObjectID id, Change&& change);
     void changed();
 
     SharedGraph& m_graph;
+    bool m_isBeforeUs; // what is announced was there before us
     std::function<void()> m_onChange;
     std::vector<GraphObserver*> m_observers;
     ProxyHandle<pw_registry> m_registry;
     Hook m_registryHook;
     std::map<ObjectID, std::unique_ptr<BoundNode>> m_boundNodes;
     std::unique_ptr<BoundMetadata> m_metadata; // the session manager's "default" metadata
+    bool m_lostManager = false;                // and no other has come
 };
 
 } // namespace pipewire

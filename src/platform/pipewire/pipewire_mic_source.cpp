@@ -35,9 +35,9 @@ class PipeWireMicSource final : public MicSource {
     }
 
     void start() override {
-        m_stream.start(*m_queue, [this](std::span<const float> block) {
+        m_stream.start(*m_queue, [this](std::span<const float> block, std::chrono::nanoseconds start) {
             m_handler({block.empty() ? nullptr : block.data(), block.size_bytes(),
-                       static_cast<std::int64_t>(block.size())});
+                       static_cast<std::int64_t>(block.size()), start});
         });
     }
 
@@ -55,8 +55,9 @@ class PipeWireMicSource final : public MicSource {
 std::unique_ptr<MicSource> PipeWireMicSourceFactory::open(const std::string& id) {
     const PipeWireConnection::Connected connected = m_connection.connect();
     if (!connected.server) return nullptr;
-    const bool isThere = m_connection.graph().read(
-        [&](const pipewire::Graph& graph) { return pipewire::findMicrophone(graph, id) != nullptr; });
+    const bool isThere = m_connection.graph().read([&](const pipewire::Graph& graph) {
+        return pipewire::findMicrophone(graph, id) != nullptr && pipewire::isManaged(graph);
+    });
     if (!isThere) return nullptr;
     return std::make_unique<PipeWireMicSource>(m_connection, connected.server, id);
 }

@@ -7,7 +7,8 @@
 class PipeWireMicSourceFactory final : public MicSourceFactory {
   public:
     explicit PipeWireMicSourceFactory(PipeWireConnection& connection) : m_connection(connection) {}
-    /// Null also when there is no sound server. May take as long as PipeWireConnection::connect.
+    /// Null also when there is no sound server, or no session manager that could link it. May take as long as
+    /// PipeWireConnection::connect.
     std::unique_ptr<MicSource> open(const std::string& id) override;
 
   private:

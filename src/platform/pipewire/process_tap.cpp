@@ -46,6 +46,7 @@ class ProcessTap final : public SystemAudioSource {
         if (description.muted || !description.excludedProcesses.empty()) return {-ENOTSUP, 0};
         PipeWireConnection::Connected connected = m_connection.connect();
         if (!connected.server) return {connected.status, 0};
+        if (!m_connection.graph().read(pipewire::isManaged)) return {-EAGAIN, 0};
         m_server = std::move(connected.server);
         m_uuid = description.uuid;
         return {0, onlyID};
@@ -79,10 +80,13 @@ class ProcessTap final : public SystemAudioSource {
 
     int start() override {
         if (!m_stream || m_queue == nullptr) return -ENODEV;
-        m_stream->start(*m_queue, [this](std::span<const float> block) { deliver(block); });
+        m_stream->start(*m_queue, [this](std::span<const float> block, std::chrono::nanoseconds start) {
+            deliver(block, start);
+        });
         const LoopLock lock(m_connection.loop());
         if (!m_server->isAlive()) return -EPIPE;
-        m_linker.emplace(*m_server, m_node);
+        // A tap that runs keeps devices running, and those a new session manager cannot set up.
+        m_linker.emplace(*m_server, m_node, [this] { m_stream->pause(); });
         return 0;
     }
 
@@ -111,11 +115,11 @@ class ProcessTap final : public SystemAudioSource {
     }
 
     /// On the queue.
-    void deliver(std::span<const float> block) {
+    void deliver(std::span<const float> block, std::chrono::nanoseconds start) {
         pipewire::downmixToStereo(block, m_stereo);
         const AudioBuffer buffer{2, static_cast<std::uint32_t>(m_stereo.size() * sizeof(float)),
                                  m_stereo.empty() ? nullptr : m_stereo.data()};
-        m_handler({&buffer, 1});
+        m_handler({&buffer, 1}, start);
     }
 
     PipeWireConnection& m_connection;

@@ -30,9 +30,9 @@ const pw_core_events Server::events = [] {
     return made;
 }();
 
-Server::Server(pw_context& context, SharedGraph& graph, std::function<void()> onChange)
+Server::Server(pw_context& context, SharedGraph& graph, bool wasThereBeforeUs, std::function<void()> onChange)
     : m_onChange(std::move(onChange)), m_core(connectedCore(context)),
-      m_graphWatch(*m_core, graph, [this] { m_onChange(); }) {
+      m_graphWatch(*m_core, graph, wasThereBeforeUs, [this] { m_onChange(); }) {
     listen(*m_core, m_coreHook, events, this);
     m_awaited = sync(*m_core);
 }
@@ -48,6 +48,7 @@ bool Server::hasFirstLook() const {
 void Server::onDone(void* self, std::uint32_t id, int sequence) noexcept {
     Server& server = *static_cast<Server*>(self);
     if (id != PW_ID_CORE || sequence != server.m_awaited) return;
+    server.m_graphWatch.endFirstLook();
     if (++server.m_roundTrips < roundTripsOfFirstLook) server.m_awaited = sync(*server.m_core);
     server.m_onChange();
 }

@@ -12,9 +12,9 @@ namespace pipewire {
 /// used and destroyed under the loop's lock, and never destroyed from the loop's own thread.
 class Server {
   public:
-    /// `onChange` runs on the loop's thread after anything below has changed. Throws Error of domain "posix"
-    /// when there is no server.
-    Server(pw_context& context, SharedGraph& graph, std::function<void()> onChange);
+    /// `onChange` runs on the loop's thread after anything below has changed. A server that
+    /// `wasThereBeforeUs` has not just been started. Throws Error of domain "posix" when there is no server.
+    Server(pw_context& context, SharedGraph& graph, bool wasThereBeforeUs, std::function<void()> onChange);
     ~Server();
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;

@@ -3,6 +3,7 @@
 #include "platform/pipewire/calls.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace pipewire {
 
@@ -33,7 +34,8 @@ const pw_proxy_events& linkEvents() {
 
 } // namespace
 
-TapLinker::TapLinker(Server& server, ObjectID tapNode) : m_server(server), m_tapNode(tapNode) {
+TapLinker::TapLinker(Server& server, ObjectID tapNode, std::function<void()> onUnmanaged)
+    : m_server(server), m_tapNode(tapNode), m_onUnmanaged(std::move(onUnmanaged)) {
     m_server.graphWatch().add(*this);
     graphChanged(m_server.graphWatch().graph());
 }
@@ -43,6 +45,7 @@ TapLinker::~TapLinker() {
 }
 
 void TapLinker::graphChanged(const Graph& graph) noexcept {
+    if (!graph.managedSince && m_onUnmanaged) std::exchange(m_onUnmanaged, nullptr)();
     const std::vector<TapLink> wanted = tapLinks(graph, m_tapNode);
     std::erase_if(m_links, [&](const std::unique_ptr<Link>& link) {
         return link->gone || std::find(wanted.begin(), wanted.end(), link->ends) == wanted.end();
