@@ -1,6 +1,5 @@
 #include "cli/record_command.h"
 
-#include "base/debug_log.h"
 #include "base/error.h"
 #include "base/number_text.h"
 #include "base/recording_files.h"
@@ -67,28 +66,26 @@ enum class Start { failed, runs, stoppedAtItsEnd };
 
 /// Starts while a termination signal can end the start. One that comes in its last moment finds a recording
 /// that has begun, and stops that.
-Start start(Recorder& recorder, const MicChoice& mic, const std::filesystem::path& folder,
+Start start(CaptureEngine& engine, const MicChoice& mic, const std::filesystem::path& folder,
             TerminationSignals& signals) {
-    auto started = std::async(std::launch::async, [&] { return recorder.start(mic, folder); });
+    auto started = std::async(std::launch::async, [&] { return engine.start(mic, folder); });
     bool stopped = false;
     while (!stopped && started.wait_for(0s) != std::future_status::ready) stopped = signals.wait(10ms);
-    if (stopped) recorder.stop();
+    if (stopped) engine.stop();
     if (!started.get()) return Start::failed;
     return stopped ? Start::stoppedAtItsEnd : Start::runs;
 }
 
 /// What went wrong, or nothing once the recording is complete.
-std::optional<std::string> record(Recorder& recorder, const MicChoice& mic, const Options& options,
+std::optional<std::string> record(CaptureEngine& engine, const MicChoice& mic, const Options& options,
                                   TerminationSignals& signals, StatusLine& line) {
     std::string fault = "The recording was stopped before it began.";
-    recorder.onError = [&fault](const std::string& message) { fault = message; };
+    engine.onError = [&fault](const std::string& message) { fault = message; };
     Levels levels;
-    recorder.onLevels = [&levels](float micLevel, float systemLevel) {
-        levels.report(micLevel, systemLevel);
-    };
+    engine.onLevels = [&levels](float micLevel, float systemLevel) { levels.report(micLevel, systemLevel); };
 
     line.show("Waiting for the microphone");
-    const Start started = start(recorder, mic, options.folder, signals);
+    const Start started = start(engine, mic, options.folder, signals);
     if (started == Start::failed) return fault;
     if (started == Start::stoppedAtItsEnd) return std::nullopt;
     const Clock::time_point begin = Clock::now();
@@ -98,7 +95,7 @@ std::optional<std::string> record(Recorder& recorder, const MicChoice& mic, cons
         line.show(statusText(elapsed, levels));
         if (signals.wait(std::min<Clock::duration>(redraw, length - elapsed))) break;
     }
-    recorder.stop();
+    engine.stop();
     return std::nullopt;
 }
 
@@ -116,9 +113,8 @@ std::string resultText(const Recorder::Result& files, const std::optional<std::f
 
 } // namespace
 
-ExitStatus recordCommand(int argc, char** argv, const AudioDevices& devices, const RecorderServices& services,
-                         SleepGuard& sleepGuard, Transcriber& transcriber, TerminationSignals& signals,
-                         StatusLine& line) {
+ExitStatus recordCommand(int argc, char** argv, const AudioDevices& devices, CaptureEngine& engine,
+                         Transcriber& transcriber, TerminationSignals& signals, StatusLine& line) {
     const Arguments arguments(argc, argv,
                               {{"seconds", Arguments::Value::required},
                                {"mic", Arguments::Value::required},
@@ -141,17 +137,10 @@ ExitStatus recordCommand(int argc, char** argv, const AudioDevices& devices, con
     options.folder = arguments.has("folder")
                          ? std::filesystem::absolute(*arguments.value("folder"))
                          : recordingsFolder() / recordingFolderName(std::chrono::system_clock::now());
-    AlignedRecorder aligned(services, {mic->name, &services.notices});
-    Recorder& recorder = aligned.recorder;
-    sleepGuard.start([&recorder] {
-        if (!recorder.bringToDisk(SleepGuard::patience))
-            DebugLog::log("[rec] the computer sleeps, and the disk does not have all of the recording yet");
-    });
-    const auto fault = record(recorder, *mic, options, signals, line);
-    sleepGuard.stop();
+    const auto fault = record(engine, *mic, options, signals, line);
     line.show("");
     if (fault) return reportFailure(*fault);
-    const Recorder::Result files = recorder.result().value();
+    const Recorder::Result files = engine.result().value();
 
     if (!options.transcribe) return printResult(resultText(files, std::nullopt, options.json));
     try {

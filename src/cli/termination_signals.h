@@ -15,6 +15,8 @@ class TerminationSignals {
 
     /// Waits for one of them; false when none came in time.
     bool wait(std::chrono::nanoseconds atMost);
+    /// For those who wait for them in another way.
+    const sigset_t& set() const { return m_signals; }
 
   private:
     sigset_t m_signals{};

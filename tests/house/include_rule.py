@@ -19,8 +19,9 @@ ROOMS = {
     "platform/desktop": (["base", "app", "capture", "platform/posix"], ["Q", "systemd/"]),
     "platform/speech": (["base", "transcription", "platform/posix", "speech_worker/protocol.h"], ["nlohmann/"]),
     "speech_worker": (["base", "platform/media"], ["nlohmann/", "pocketsphinx.h", "sphinxbase/"]),
-    "cli": (["base", "capture", "transcription"], ["nlohmann/"]),
-    "": (["base", "capture", "transcription", "app", "cli", "platform/"], []),  # main.cpp
+    "cli": (["base", "capture", "transcription", "app"], ["nlohmann/"]),
+    # main.cpp with application and backends: the composition root
+    "": (["base", "capture", "transcription", "app", "cli", "platform/", "application.h", "backends.h"], ["Q"]),
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
 THIRD_PARTY = re.compile(r"^(pipewire/|spa/|libav|libsw|nlohmann/|pocketsphinx|sphinxbase/|systemd/|Q[A-Z]|Qt)")

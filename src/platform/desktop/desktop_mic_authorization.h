@@ -28,7 +28,7 @@ class DesktopMicAuthorization final : public QObject, public MicAuthorization {
     MicStatus status() const override;
     void requestAccess(std::function<void(bool granted)> answered) override;
 
-  private slots:
+  private Q_SLOTS:
     void settingChanged(const QString& area, const QString& key, const QDBusVariant& value);
     void permissionsChanged(const QString& table, const QString& id, bool deleted, const QDBusVariant& data,
                             const QMap<QString, QStringList>& permissions);

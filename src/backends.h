@@ -1,0 +1,65 @@
+#pragma once
+
+#include "app/recorder_engine.h"
+#include "base/thread_queue.h"
+#include "capture/capture_check.h"
+#include "platform/desktop/logind_sleep_guard.h"
+#include "platform/media/aac_file_writer.h"
+#include "platform/media/mp4_file_info.h"
+#include "platform/pipewire/connection.h"
+#include "platform/pipewire/pipewire_devices.h"
+#include "platform/pipewire/pipewire_mic_source.h"
+#include "platform/pipewire/pipewire_tone_player.h"
+#include "platform/pipewire/process_tap.h"
+#include "platform/speech/worker_engine.h"
+#include "transcription/transcriber.h"
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <thread>
+
+/// The real backends, put together for whoever uses them: subcommands and the application.
+
+inline std::unique_ptr<SerialQueue> makeThreadQueue(std::string label) {
+    return std::make_unique<ThreadQueue>(std::move(label));
+}
+
+inline void sleepFor(std::chrono::milliseconds time) {
+    std::this_thread::sleep_for(time);
+}
+
+inline std::filesystem::path executableFolder() {
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+}
+
+/// Sound: one connection to the server for all that capture or list devices.
+struct Sound {
+    explicit Sound(Notices& noticesOfRecordings) : notices(noticesOfRecordings) {}
+
+    std::unique_ptr<CaptureEngine> makeEngine(SerialQueue& timers) {
+        return std::make_unique<RecorderEngine>(
+            RecorderServices{mics, systemAudio, files, notices, makeThreadQueue, timers, sleepFor},
+            std::make_unique<LogindSleepGuard>());
+    }
+    CaptureCheck captureCheck() { return CaptureCheck({systemAudio, tones, makeThreadQueue, sleepFor}); }
+
+    Notices& notices;
+    PipeWireConnection connection;
+    PipeWireDevices devices{connection};
+    PipeWireMicSourceFactory mics{connection};
+    ProcessTapFactory systemAudio{connection};
+    PipeWireTonePlayerFactory tones{connection};
+    AacFileWriterFactory files{[this](const std::string& sentence) { notices.tell(sentence); }};
+};
+
+/// Recognition of speech.
+struct Speech {
+    explicit Speech(SerialQueue& timers) : transcriber(engine, audioFiles, timers, &Locale::current) {}
+
+    WorkerEngine engine{workerProgram(executableFolder(), "murmelo-speech-pocketsphinx"),
+                        MURMELO_SPEECH_MODEL};
+    Mp4FileInfo audioFiles;
+    Transcriber transcriber;
+};
