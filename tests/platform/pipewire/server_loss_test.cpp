@@ -1,4 +1,5 @@
 #include "platform/pipewire/pipewire_devices.h"
+#include "platform/pipewire/server_keeper.h"
 #include "support/mic_recording.h"
 #include "support/private_session.h"
 #include "support/tap_recording.h"
@@ -14,10 +15,14 @@ bool graphIsEmpty(const PipeWireConnection& connection) {
     return connection.graph().read([](const pipewire::Graph& graph) { return graph.nodes.empty(); });
 }
 
-/// Without connecting again.
+// Both without connecting again.
 bool waitUntilLost(PipeWireConnection& connection) {
     const pipewire::LoopLock lock(connection.loop());
     return connection.waitUntil([&] { return graphIsEmpty(connection); }, 20s);
+}
+bool waitUntilKnown(PipeWireConnection& connection) {
+    const pipewire::LoopLock lock(connection.loop());
+    return connection.waitUntil([&] { return !graphIsEmpty(connection); }, 20s);
 }
 
 TEST(ServerLoss, WithoutAServerEverythingSaysSoAtOnce) {
@@ -74,6 +79,17 @@ TEST(ServerLoss, ServerThatComesBackIsFoundAgain) {
         oldMicrophone.reset();
         EXPECT_TRUE(microphone->heard().waitForMore(4096));
     }
+}
+
+TEST(ServerLoss, DevicesAreKnownAgainAlthoughNobodyRecords) {
+    PrivateSession session;
+    PipeWireConnection connection;
+    const ServerKeeper keeper(connection);
+    EXPECT_TRUE(waitUntilKnown(connection));
+    session.stop();
+    ASSERT_TRUE(waitUntilLost(connection));
+    session.start();
+    EXPECT_TRUE(waitUntilKnown(connection));
 }
 
 } // namespace
