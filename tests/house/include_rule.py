@@ -13,6 +13,7 @@ ROOMS = {
     "capture": (["base"], []),
     "transcription": (["base"], []),
     "app": (["base", "capture", "transcription"], []),
+    "ui": (["base", "app", "capture"], ["Q"]),
     "platform/posix": (["base"], []),
     "platform/pipewire": (["base", "capture"], ["pipewire/", "spa/"]),
     "platform/media": (["base", "capture", "transcription", "platform/posix"], ["libav", "libsw"]),
@@ -21,7 +22,7 @@ ROOMS = {
     "speech_worker": (["base", "platform/media"], ["nlohmann/", "pocketsphinx.h", "sphinxbase/"]),
     "cli": (["base", "capture", "transcription", "app"], ["nlohmann/"]),
     # main.cpp with application and backends: the composition root
-    "": (["base", "capture", "transcription", "app", "cli", "platform/", "application.h", "backends.h"], ["Q"]),
+    "": (["base", "capture", "transcription", "app", "ui", "cli", "platform/", "application.h", "backends.h"], ["Q"]),
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
 THIRD_PARTY = re.compile(r"^(pipewire/|spa/|libav|libsw|nlohmann/|pocketsphinx|sphinxbase/|systemd/|Q[A-Z]|Qt)")

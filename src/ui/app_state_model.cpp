@@ -1,0 +1,107 @@
+#include "ui/app_state_model.h"
+
+#include "app/workspace.h"
+
+#include <QMetaObject>
+#include <QVariantMap>
+
+AppStateModel::AppStateModel(AppState& state, Workspace& workspace) : m_state(state), m_workspace(workspace) {
+    takeComputedValues();
+    m_state.willChange = [this](Field field) { willChange(field); };
+}
+
+AppStateModel::~AppStateModel() {
+    m_state.willChange = nullptr;
+}
+
+QVariantList AppStateModel::mics() const {
+    QVariantList list;
+    for (const MicChoice& mic : m_state.mics.get())
+        list.append(QVariantMap{{QStringLiteral("id"), QString::fromStdString(mic.id)},
+                                {QStringLiteral("name"), QString::fromStdString(mic.name)}});
+    return list;
+}
+
+QString AppStateModel::selectedMicID() const {
+    return QString::fromStdString(m_state.selectedMicID.get().value_or(""));
+}
+
+void AppStateModel::setSelectedMicID(const QString& id) {
+    m_state.selectedMicID = id.isEmpty() ? std::nullopt : std::optional(id.toStdString());
+}
+
+AppStateModel::SystemAudio AppStateModel::systemAudio() const {
+    const std::optional<bool>& granted = m_state.systemAudioGranted;
+    if (!granted) return SystemAudio::Unknown;
+    return *granted ? SystemAudio::Works : SystemAudio::Silent;
+}
+
+void AppStateModel::reread() {
+    willChange(Field::none);
+}
+
+void AppStateModel::panelAppeared() {
+    m_panelIsShown = true;
+    m_previewedMic = m_state.selectedMicID;
+    reread();
+    if (m_state.isRecording) return; // the meters show the recording
+    m_state.refreshMics();
+    m_state.startPreview();
+}
+
+void AppStateModel::panelDisappeared() {
+    m_panelIsShown = false;
+    m_state.stopPreview();
+}
+
+void AppStateModel::openTranscript() {
+    if (m_transcript) m_workspace.open(*m_transcript);
+}
+
+void AppStateModel::quit() {
+    m_state.teardownOnQuit();
+    emit quitRequested();
+}
+
+// --- from the state to the views
+
+void AppStateModel::willChange(Field field) {
+    if (m_dirty.none()) QMetaObject::invokeMethod(this, "flush", Qt::QueuedConnection);
+    m_dirty.set(static_cast<std::size_t>(field));
+}
+
+void AppStateModel::flush() {
+    const auto take = [this](Field field) {
+        const auto place = static_cast<std::size_t>(field);
+        const bool wasDirty = m_dirty.test(place);
+        m_dirty.reset(place);
+        return wasDirty;
+    };
+    const bool mic = take(Field::micLevel);
+    const bool output = take(Field::outputLevel);
+    const bool elapsed = take(Field::elapsed);
+    const bool mics = take(Field::mics);
+    const bool others = m_dirty.any();
+    m_dirty.reset(); // before anybody is told: what they change is told in the next turn
+
+    if (others) {
+        takeComputedValues();
+        followSelectedMic();
+    }
+    if (mic || output) emit levelsChanged();
+    if (elapsed) emit elapsedChanged();
+    if (mics) emit micsChanged();
+    if (others) emit changed();
+}
+
+void AppStateModel::takeComputedValues() {
+    m_transcript = m_state.lastTranscriptURL();
+    m_micGranted = m_state.micStatus() == MicStatus::authorized;
+}
+
+/// Each assignment is announced, that of the same microphone too: only another one restarts the preview.
+void AppStateModel::followSelectedMic() {
+    if (!m_panelIsShown || m_previewedMic == m_state.selectedMicID.get()) return;
+    m_previewedMic = m_state.selectedMicID;
+    if (!m_state.isRecording) m_state.restartPreview();
+}

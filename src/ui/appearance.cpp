@@ -1,0 +1,74 @@
+#include "ui/appearance.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QEvent>
+#include <QFontInfo>
+#include <QGuiApplication>
+#include <QPalette>
+#include <algorithm>
+
+namespace {
+
+const auto portal = QStringLiteral("org.freedesktop.portal.Desktop");
+const auto portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
+const auto settings = QStringLiteral("org.freedesktop.portal.Settings");
+
+const auto appearanceArea = QStringLiteral("org.freedesktop.appearance");
+const auto colorScheme = QStringLiteral("color-scheme"); // 0 no preference, 1 dark, 2 light
+const auto interfaceArea = QStringLiteral("org.gnome.desktop.interface");
+const auto enableAnimations = QStringLiteral("enable-animations");
+
+/// The largest font among those that desktops come with (11 points at 96 dots per inch): up to here the
+/// sizes of the drawings hold.
+constexpr double ordinaryFontPixels = 11 * 96 / 72.0;
+
+} // namespace
+
+Appearance::Appearance(const QDBusConnection& sessionBus) : m_bus(sessionBus) {
+    qGuiApp->installEventFilter(this);
+    if (!m_bus.isConnected()) return;
+    m_bus.connect(portal, portalPath, settings, QStringLiteral("SettingChanged"), this,
+                  SLOT(settingChanged(QString, QString, QDBusVariant)));
+    read(appearanceArea, colorScheme);
+    read(interfaceArea, enableAnimations);
+}
+
+bool Appearance::isDark() const {
+    return m_prefersDark.value_or(QGuiApplication::palette().color(QPalette::Window).lightness() < 128);
+}
+
+double Appearance::textScale() const {
+    return std::clamp(QFontInfo(QGuiApplication::font()).pixelSize() / ordinaryFontPixels, 1.0, 2.0);
+}
+
+bool Appearance::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::ApplicationPaletteChange || event->type() == QEvent::ApplicationFontChange)
+        emit changed();
+    return QObject::eventFilter(watched, event);
+}
+
+void Appearance::read(const QString& area, const QString& key) {
+    QDBusMessage question =
+        QDBusMessage::createMethodCall(portal, portalPath, settings, QStringLiteral("Read"));
+    question.setArguments({area, key});
+    auto* const answer = new QDBusPendingCallWatcher(m_bus.asyncCall(question), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, area, key, answer] {
+        answer->deleteLater();
+        const QDBusPendingReply<QDBusVariant> reply = *answer;
+        if (!reply.isError()) settingChanged(area, key, reply.value());
+    });
+}
+
+void Appearance::settingChanged(const QString& area, const QString& key, const QDBusVariant& value) {
+    QVariant inner = value.variant(); // the answer to Read is wrapped twice
+    if (inner.canConvert<QDBusVariant>()) inner = inner.value<QDBusVariant>().variant();
+    if (area == appearanceArea && key == colorScheme)
+        m_prefersDark = inner.toUInt() == 0 ? std::nullopt : std::optional(inner.toUInt() == 1);
+    else if (area == interfaceArea && key == enableAnimations)
+        m_isAnimated = inner.toBool();
+    else
+        return;
+    emit changed();
+}

@@ -1,0 +1,46 @@
+import QtQuick
+import QtQuick.Layouts
+import QtQuick.Controls.Basic
+import Murmelo.Ui
+
+// What has become of the last recording, and the ways to it.
+Card {
+    id: root
+
+    required property AppStateModel app
+
+    contentItem: RowLayout {
+        spacing: 8
+        Spinner {
+            objectName: "transcribingSpinner"
+            visible: root.app.isTranscribing
+        }
+        Symbol {
+            objectName: "savedSymbol"
+            visible: !root.app.isTranscribing
+            name: "checkmark-circle-fill"
+            size: Theme.scaled(15)
+            tint: Theme.green
+        }
+        Label {
+            objectName: "lastRecordingText"
+            Layout.fillWidth: true
+            text: root.app.isTranscribing ? qsTr("Transcribing…") : qsTr("Saved · %1").arg(root.app.lastDuration)
+            font.pixelSize: Theme.caption
+            color: root.app.isTranscribing ? Theme.secondary : Theme.primary
+            wrapMode: Text.Wrap
+            horizontalAlignment: Text.AlignLeft
+        }
+        LinkButton {
+            objectName: "transcriptButton"
+            visible: root.app.hasTranscript
+            text: qsTr("Transcript")
+            onClicked: root.app.openTranscript()
+        }
+        LinkButton {
+            objectName: "finderButton"
+            text: qsTr("Finder")
+            onClicked: root.app.revealLastRecording()
+        }
+    }
+}

@@ -1,0 +1,51 @@
+pragma Singleton
+import QtQuick
+
+// The only place that knows colours and sizes. Each text that is not disabled has a contrast of 4.5:1 at least
+// to what it stands on, in every state of its control.
+QtObject {
+    // What the user wants; set from outside.
+    property bool dark: false
+    property real textScale: 1
+    property bool animated: true
+
+    readonly property color window: dark ? "#262628" : "#f6f6f7"
+    readonly property color border: dark ? "#26ffffff" : "#24000000"
+
+    // Emphasis of what stands on it, from text to the faintest fill.
+    readonly property color primary: dark ? "#e6ffffff" : "#d9000000"
+    readonly property color secondary: dark ? "#a6ffffff" : "#99000000"
+    readonly property color tertiary: dark ? "#80ffffff" : "#8c000000"
+    readonly property color quaternary: dark ? "#1fffffff" : "#1a000000"
+    readonly property real cardOpacity: 0.5 // of quaternary
+
+    readonly property color control: dark ? "#4a4a4d" : "#ffffff"
+    readonly property color controlHovered: dark ? "#535356" : "#fbfbfb"
+    readonly property color controlDown: dark ? "#424245" : "#e6e6e6"
+    readonly property color controlBorder: dark ? "#14ffffff" : "#26000000"
+    readonly property color menu: dark ? "#333336" : "#ffffff"
+    readonly property color switchOff: dark ? "#47ffffff" : "#33000000"
+
+    readonly property color accent: "#1c71d8"
+    readonly property color accentText: "#ffffff" // on red too
+    readonly property color link: dark ? "#78aeed" : "#1a5fb4"
+    readonly property color focus: dark ? "#62a0ea" : "#1c71d8"
+    readonly property color red: "#c2261d"
+    readonly property real elapsedOpacity: 0.85
+    readonly property color green: dark ? "#32d74b" : "#28b446"
+    readonly property color blue: dark ? "#4a9eff" : "#1a7ff0"
+
+    function hovered(tint: color) : color { return Qt.darker(tint, 1.06) }
+    function pressed(tint: color) : color { return Qt.darker(tint, 1.18) }
+
+    // Lengths in logical pixels. What holds text grows with it, the space between does not.
+    function scaled(length: real) : int { return Math.round(length * textScale) }
+    readonly property int title: scaled(18)
+    readonly property int title2: scaled(17)
+    readonly property int title3: scaled(15)
+    readonly property int body: scaled(13)
+    readonly property int small: scaled(12)
+    readonly property int caption: scaled(11)
+    readonly property int iconFrame: scaled(16)
+    readonly property int panelWidth: scaled(320)
+}

@@ -1,0 +1,38 @@
+# The QML of the room ui as the module Murmelo.Ui, compiled into the library with its icons.
+set(qml_types
+    BaseButton Card ElapsedText FocusRing InputCard LastRecordingCard LinkButton MenuPanel MeterBar MicPicker
+    OnboardingRow OnboardingView OnboardingWindow ProminentButton PushButton RecordCard SmallSwitch Spinner Symbol
+    Theme TranscribeCard)
+list(TRANSFORM qml_types REPLACE "(.+)" "ui/qml/\\1.qml" OUTPUT_VARIABLE qml_files)
+foreach(file ${qml_files})
+    get_filename_component(name ${file} NAME)
+    set_source_files_properties(${file} PROPERTIES QT_RESOURCE_ALIAS ${name})
+endforeach()
+set_source_files_properties(ui/qml/Theme.qml PROPERTIES QT_QML_SINGLETON_TYPE TRUE)
+
+set(icons
+    1-circle 2-circle check checkmark-circle-fill chevron-up-down mic record-circle record-circle-fill speaker-wave-2
+    stop-fill waveform)
+list(TRANSFORM icons REPLACE "(.+)" "ui/icons/\\1.svg" OUTPUT_VARIABLE icon_files)
+foreach(file ${icon_files})
+    get_filename_component(name ${file} NAME)
+    set_source_files_properties(${file} PROPERTIES QT_RESOURCE_ALIAS icons/${name})
+endforeach()
+
+set_target_properties(ui PROPERTIES AUTOMOC ON)
+target_include_directories(ui PRIVATE ui) # for the generated registration of types
+# No plugin: the program has the module in itself.
+qt_add_qml_module(ui
+    URI Murmelo.Ui
+    VERSION 1.0
+    NO_PLUGIN
+    RESOURCE_PREFIX /qt/qml
+    OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/qml/Murmelo/Ui
+    QML_FILES ${qml_files}
+    RESOURCES ${icon_files})
+
+# Compiled QML repeats its parameters' names, and is not ours to look at.
+get_target_property(all_sources ui SOURCES)
+list(FILTER all_sources INCLUDE REGEX "/qmlcache/")
+set_source_files_properties(${all_sources} PROPERTIES COMPILE_OPTIONS -Wno-shadow)
+file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/.clang-tidy "Checks: '-*,misc-definitions-in-headers'\n")

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "app/windowing.h"
+
+#include <functional>
+
+class AppStateModel;
+class Views;
+
+/// The program's windows on the desktop. The onboarding window has a place in the task bar, the panel has
+/// none: that alone makes the difference between the two policies, so there is nothing to switch.
+class QuickWindowing final : public Windowing {
+  public:
+    /// `modelOf` gives the model of a state, which is made after the windowing. Both outlive it.
+    QuickWindowing(Views& views, std::function<AppStateModel&(AppState&)> modelOf);
+
+    void setActivationPolicy(ActivationPolicy policy) override;
+    void activate() override;
+    std::unique_ptr<OnboardingWindow> makeOnboardingWindow(AppState& state) override;
+
+  private:
+    Views& m_views;
+    const std::function<AppStateModel&(AppState&)> m_modelOf;
+};

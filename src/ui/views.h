@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QObject>
+#include <QQmlEngine>
+#include <QStringView>
+
+class Appearance;
+class AppStateModel;
+class QQuickItem;
+class QQuickWindow;
+
+/// Makes the program's views: one QML engine with the symbols, and the theme as the user wants it.
+///
+/// What it makes goes with the model that it shows, or earlier when its owner destroys it; and all of it goes
+/// before the Views do. Windows are drawn by the software renderer, which the first Views choose: make them
+/// before any window. Main thread, after the application object.
+class Views final {
+  public:
+    /// `appearance` outlives the views.
+    explicit Views(const Appearance& appearance);
+
+    /// What the tray icon shows: as large as its implicit size, on the theme's window colour, which is to be
+    /// drawn behind it. While its window is on the screen the meters move; Escape closes the window.
+    QQuickItem* makePanel(AppStateModel& model);
+    /// A hidden window with everything that the user is asked for at the beginning.
+    QQuickWindow* makeOnboardingWindow(AppStateModel& model);
+
+    QQmlEngine& engine() { return m_engine; }
+    /// The singleton Theme.qml.
+    QObject& theme() { return *m_theme; }
+
+  private:
+    QObject* make(const QString& type, AppStateModel& model);
+    void follow(const Appearance& appearance);
+
+    QQmlEngine m_engine;
+    QObject* m_theme;  // the engine's
+    QObject m_context; // ends the connections
+};

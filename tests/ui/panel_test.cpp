@@ -1,0 +1,381 @@
+#include "base/error.h"
+#include "ui/ui_fixture.h"
+
+#include <QFont>
+#include <fstream>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class Panel : public UiFixture {
+  protected:
+    /// Records and stops; the files are there, the transcript is not.
+    std::filesystem::path makeARecording() {
+        record();
+        m_main.advance(754s);
+        m_state->toggleRecording();
+        std::filesystem::path folder = m_state->lastRecording.get()->mix.parent_path();
+        std::filesystem::create_directories(folder);
+        runEventLoop();
+        return folder;
+    }
+    double panelHeight() const { return m_panel->implicitHeight(); }
+    QObject& popup() const { return *item("micPicker").property("popup").value<QObject*>(); }
+    bool popupIsOpen() const { return popup().property("opened").toBool(); }
+};
+
+// --- appearing and disappearing
+
+TEST_F(Panel, ShowsLevelsWhileItIsOnTheScreen) {
+    openPanel();
+    EXPECT_THAT(calls(), ElementsAre("start preview"));
+    closePanel();
+    EXPECT_THAT(calls(), ElementsAre("start preview", "stop preview"));
+    openPanel();
+    EXPECT_THAT(calls(), ElementsAre("start preview", "stop preview", "start preview"));
+}
+
+TEST_F(Panel, MadeButNotShownItCallsNothing) {
+    m_panel = m_views.makePanel(*m_model);
+    show();
+    EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(Panel, OpenedDuringARecordingItStartsNoPreview) {
+    record();
+    m_journal.clear();
+    openPanel();
+    EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(Panel, ListsTheMicrophonesThatAreThereWhenItOpens) {
+    openPanel();
+    EXPECT_EQ(item("micPicker").property("count").toInt(), 2);
+    closePanel();
+    m_devices.mics.push_back({"new", "New Mic"});
+    openPanel();
+    EXPECT_EQ(item("micPicker").property("count").toInt(), 3);
+    EXPECT_EQ(item("micPicker").property("displayText").toString(), "Desk Mic");
+}
+
+// --- the record button
+
+TEST_F(Panel, TheRecordButtonStartsAndStopsWithTheTime) {
+    openPanel();
+    EXPECT_EQ(text("recordButton"), "Start Recording");
+    EXPECT_EQ(item("recordSymbol").property("name").toString(), "record-circle");
+    EXPECT_FALSE(isVisible("elapsed"));
+
+    click("recordButton");
+    EXPECT_EQ(text("recordButton"), "Starting…");
+    EXPECT_EQ(item("recordSymbol").property("name").toString(), "record-circle");
+
+    show();
+    EXPECT_EQ(text("recordButton"), "Stop");
+    EXPECT_EQ(item("recordSymbol").property("name").toString(), "stop-fill");
+    EXPECT_TRUE(isVisible("elapsed"));
+    m_main.advance(3725s);
+    runEventLoop();
+    EXPECT_EQ(text("elapsed"), "62:05");
+
+    click("recordButton");
+    EXPECT_FALSE(m_state->isRecording);
+    EXPECT_EQ(text("recordButton"), "Start Recording");
+}
+
+TEST_F(Panel, TheRecordButtonIsRedWhileRecording) {
+    openPanel();
+    EXPECT_EQ(item("recordButton").property("tint"), theme().property("accent"));
+    click("recordButton");
+    EXPECT_EQ(item("recordButton").property("tint"), theme().property("accent"));
+    show();
+    EXPECT_EQ(item("recordButton").property("tint"), theme().property("red"));
+}
+
+TEST_F(Panel, WithoutASelectedMicrophoneNothingCanBeStarted) {
+    openPanel();
+    EXPECT_TRUE(isEnabled("recordButton"));
+    m_state->selectedMicID = std::nullopt;
+    runEventLoop();
+    EXPECT_FALSE(isEnabled("recordButton"));
+}
+
+TEST_F(Panel, ARecordingCanBeStoppedAlsoWithoutASelectedMicrophone) {
+    openPanel();
+    record();
+    m_state->selectedMicID = std::nullopt;
+    runEventLoop();
+    EXPECT_TRUE(isEnabled("recordButton"));
+    click("recordButton");
+    EXPECT_FALSE(m_state->isRecording);
+}
+
+TEST_F(Panel, WhileStartingNeitherButtonNorMicrophoneCanBeUsed) {
+    openPanel();
+    click("recordButton");
+    ASSERT_TRUE(m_state->isStarting);
+    EXPECT_FALSE(isEnabled("recordButton"));
+    EXPECT_FALSE(isEnabled("micRow"));
+    EXPECT_FALSE(isEnabled("micPicker"));
+}
+
+TEST_F(Panel, TheElapsedTimeKeepsItsWidthAsSecondsTick) {
+    openPanel();
+    record();
+    const auto widthAt = [this](double seconds) {
+        m_state->elapsed = seconds;
+        runEventLoop();
+        EXPECT_EQ(text("elapsed"), m_state->elapsedString());
+        return item("elapsed").width();
+    };
+    const double width = widthAt(71); // 01:11, of narrow digits
+    EXPECT_GT(width, 0);
+    for (const int seconds : {0, 8, 9, 500, 1428, 2508, 3599}) EXPECT_EQ(widthAt(seconds), width) << seconds;
+}
+
+// --- the microphone
+
+TEST_F(Panel, TheMicrophoneCannotBeChangedDuringARecording) {
+    openPanel();
+    EXPECT_TRUE(isEnabled("micPicker"));
+    record();
+    runEventLoop();
+    EXPECT_FALSE(isEnabled("micRow"));
+    EXPECT_FALSE(isEnabled("micPicker"));
+    m_state->toggleRecording();
+    runEventLoop();
+    EXPECT_TRUE(isEnabled("micPicker"));
+}
+
+TEST_F(Panel, AChosenMicrophoneIsSelectedAndHeard) {
+    openPanel();
+    m_journal.clear();
+    click("micPicker");
+    ASSERT_TRUE(QTest::qWaitFor([this] { return popupIsOpen(); }));
+    auto* const list = popup().property("contentItem").value<QQuickItem*>();
+    QTest::mouseClick(m_window, Qt::LeftButton, {}, list->mapToScene({30, 10}).toPoint()); // the first
+    show();
+    EXPECT_EQ(m_state->selectedMicID.get(), "headset");
+    EXPECT_EQ(item("micPicker").property("displayText").toString(), "Headset");
+    EXPECT_THAT(calls(), ElementsAre("store micID=headset", "stop preview", "start preview"));
+}
+
+TEST_F(Panel, TheSameMicrophoneChosenAgainDoesNotRestartThePreview) {
+    openPanel();
+    m_journal.clear();
+    click("micPicker");
+    ASSERT_TRUE(QTest::qWaitFor([this] { return popupIsOpen(); }));
+    press(Qt::Key_Return);
+    show();
+    EXPECT_THAT(calls(), ElementsAre("store micID=desk"));
+}
+
+TEST_F(Panel, ThePickerFollowsTheState) {
+    openPanel();
+    m_state->selectedMicID = "headset";
+    runEventLoop();
+    EXPECT_EQ(item("micPicker").property("displayText").toString(), "Headset");
+    m_state->selectedMicID = "unplugged";
+    runEventLoop();
+    EXPECT_EQ(item("micPicker").property("displayText").toString(), "");
+    m_state->selectedMicID = std::nullopt;
+    runEventLoop();
+    EXPECT_EQ(item("micPicker").property("displayText").toString(), "");
+}
+
+TEST_F(Panel, AnOpenListClosesWhenARecordingStarts) {
+    openPanel();
+    click("micPicker");
+    ASSERT_TRUE(QTest::qWaitFor([this] { return popupIsOpen(); }));
+    record();
+    runEventLoop();
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !popupIsOpen(); }));
+}
+
+TEST_F(Panel, AnOpenListDoesNotComeBackWithThePanel) {
+    openPanel();
+    click("micPicker");
+    ASSERT_TRUE(QTest::qWaitFor([this] { return popupIsOpen(); }));
+    closePanel();
+    openPanel();
+    EXPECT_FALSE(popupIsOpen());
+}
+
+// --- the transcript's switch
+
+TEST_F(Panel, TheSwitchAndTheStateFollowEachOther) {
+    openPanel();
+    EXPECT_FALSE(item("transcriptSwitch").property("checked").toBool());
+    click("transcriptSwitch");
+    EXPECT_TRUE(m_state->transcribeEnabled);
+    click("transcriptSwitch");
+    EXPECT_FALSE(m_state->transcribeEnabled);
+    m_state->transcribeEnabled = true;
+    runEventLoop();
+    EXPECT_TRUE(item("transcriptSwitch").property("checked").toBool());
+}
+
+TEST_F(Panel, TheSwitchCanBeUsedDuringARecording) {
+    openPanel();
+    record();
+    runEventLoop();
+    click("transcriptSwitch");
+    EXPECT_TRUE(m_state->transcribeEnabled);
+}
+
+// --- the last recording
+
+TEST_F(Panel, WithoutARecordingThereIsNoCardForIt) {
+    openPanel();
+    EXPECT_FALSE(isVisible("lastRecordingCard"));
+    const double before = panelHeight();
+    makeARecording();
+    EXPECT_TRUE(isVisible("lastRecordingCard"));
+    EXPECT_GT(panelHeight(), before + 10);
+    m_state->lastRecording = std::nullopt;
+    runEventLoop();
+    EXPECT_FALSE(isVisible("lastRecordingCard"));
+    EXPECT_EQ(panelHeight(), before);
+}
+
+TEST_F(Panel, ARecordingIsSavedWithItsLength) {
+    openPanel();
+    makeARecording();
+    EXPECT_EQ(text("lastRecordingText"), "Saved · 12:34");
+    EXPECT_TRUE(isVisible("savedSymbol"));
+    EXPECT_FALSE(isVisible("transcribingSpinner"));
+    EXPECT_FALSE(isVisible("transcriptButton"));
+    EXPECT_TRUE(isVisible("finderButton"));
+}
+
+TEST_F(Panel, WhileTranscribingASpinnerTurnsAndOnlyTheFolderCanBeOpened) {
+    m_state->transcribeEnabled = true;
+    openPanel();
+    makeARecording();
+    EXPECT_EQ(text("lastRecordingText"), "Transcribing…");
+    EXPECT_TRUE(isVisible("transcribingSpinner"));
+    EXPECT_FALSE(isVisible("savedSymbol"));
+    EXPECT_FALSE(isVisible("transcriptButton"));
+    EXPECT_TRUE(isVisible("finderButton"));
+}
+
+TEST_F(Panel, AFinishedTranscriptCanBeOpened) {
+    m_state->transcribeEnabled = true;
+    openPanel();
+    const std::filesystem::path folder = makeARecording();
+    std::ofstream(folder / "transcript.txt") << "You: Hello";
+    show(); // the transcription ends
+    EXPECT_EQ(text("lastRecordingText"), "Saved · 12:34");
+    ASSERT_TRUE(isVisible("transcriptButton"));
+    click("transcriptButton");
+    EXPECT_THAT(m_workspace.opened, ElementsAre(folder / "transcript.txt"));
+}
+
+TEST_F(Panel, AFailedTranscriptionIsToldAndCannotBeOpened) {
+    m_state->transcribeEnabled = true;
+    m_transcriptionFails = [] { throw Error{"transcriber", 1, "No speech."}; };
+    openPanel();
+    makeARecording();
+    show();
+    EXPECT_FALSE(isVisible("transcriptButton"));
+    EXPECT_EQ(text("statusLine"), "Transcription failed: No speech.");
+}
+
+TEST_F(Panel, FinderShowsTheRecordingsFolder) {
+    openPanel();
+    const std::filesystem::path folder = makeARecording();
+    click("finderButton");
+    EXPECT_THAT(m_workspace.opened, ElementsAre(folder));
+}
+
+// --- the status line and the rest
+
+TEST_F(Panel, WithoutAStatusThereIsNoLineAndNoGap) {
+    openPanel();
+    EXPECT_FALSE(isVisible("statusLine"));
+    const double before = panelHeight();
+    m_state->status = "The microphone could not be opened.";
+    runEventLoop();
+    EXPECT_TRUE(isVisible("statusLine"));
+    EXPECT_EQ(text("statusLine"), "The microphone could not be opened.");
+    EXPECT_GT(panelHeight(), before + 10);
+    m_state->status = "";
+    runEventLoop();
+    EXPECT_FALSE(isVisible("statusLine"));
+    EXPECT_EQ(panelHeight(), before);
+}
+
+TEST_F(Panel, StaysAsWideAsItIsWhateverTheTextsSay) {
+    m_devices.mics = {
+        {"desk", "A Microphone Whose Maker Has Given It a Name That Is Far Too Long to Be Shown"}};
+    openPanel();
+    makeARecording();
+    const double before = panelHeight();
+    m_state->status = "Transcription failed: " + std::string(300, 'x') + " and more than one line of text";
+    runEventLoop();
+    EXPECT_EQ(m_panel->implicitWidth(), 320);
+    EXPECT_EQ(m_panel->width(), 320);
+    EXPECT_LE(item("statusLine").mapToScene({item("statusLine").width(), 0}).x(), 308);
+    EXPECT_GT(panelHeight(), before + 40); // it wraps
+    EXPECT_EQ(item("micPicker").width(), 252);
+}
+
+TEST_F(Panel, AStatusIsShownAsItIs) {
+    openPanel();
+    m_state->status = "<b>bold</b> & http://localhost";
+    runEventLoop();
+    EXPECT_EQ(item("statusLine").property("textFormat").toInt(), 0); // Text.PlainText
+}
+
+TEST_F(Panel, PermissionsOpensTheirWindow) {
+    openPanel();
+    m_journal.clear();
+    click("permissionsButton");
+    EXPECT_THAT(calls(), ElementsAre("policy regular", "activate", "make window", "window to front"));
+}
+
+TEST_F(Panel, QuitStopsTheEnginesFirst) {
+    openPanel();
+    m_journal.clear();
+    Lines atTheEnd;
+    QObject::connect(&*m_model, &AppStateModel::quitRequested, [&] { atTheEnd = calls(); });
+    click("quitButton");
+    EXPECT_THAT(atTheEnd, testing::Contains("stop preview"));
+}
+
+TEST_F(Panel, SpeaksInTheseWords) {
+    openPanel();
+    std::vector<std::string> texts;
+    for (const QQuickItem* const each : m_panel->findChildren<QQuickItem*>())
+        if (each->isVisible() && each->inherits("QQuickText")) texts.push_back(textOf(*each));
+    const char* const explanation =
+        "Quick on-device transcript with speaker labels. For higher quality, open "
+        "the audio in MacWhisper or any transcription app.";
+    for (const char* const expected :
+         {"Murmelo", "Start Recording", "Input", "Desk Mic", "Whatever you hear on this Mac", "Transcript",
+          explanation, "Permissions…", "Quit"})
+        EXPECT_THAT(texts, testing::Contains(expected));
+}
+
+TEST_F(Panel, HasTheSizesOfItsDrawing) {
+    openPanel();
+    const auto at = [this](const char* name) { return item(name).mapToScene({}); };
+    EXPECT_EQ(at("recordButton").x(), 12);
+    EXPECT_EQ(item("recordButton").width(), 296);
+    EXPECT_EQ(item("recordButton").height(), 32);
+    EXPECT_EQ(at("micRow").x(), 22); // 10 of padding inside the card
+    EXPECT_EQ(at("micPicker").x(), 46);
+    EXPECT_EQ(at("micMeter").y(), at("micPicker").y() + item("micPicker").height() + 4);
+    EXPECT_EQ(at("transcriptSwitch").x(), 22);
+}
+
+TEST_F(Panel, GoesWithItsModelWithoutAWord) {
+    openPanel();
+    const QPointer<QQuickItem> panel = m_panel;
+    m_model.reset();
+    EXPECT_TRUE(panel.isNull());
+}
+
+} // namespace

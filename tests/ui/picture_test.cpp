@@ -1,0 +1,224 @@
+#include "ui/ui_fixture.h"
+
+#include <QDir>
+#include <QImage>
+#include <QImageWriter>
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+
+namespace {
+
+/// How everything can be looked at. With QT_SCALE_FACTOR=2 the program draws in twice the dots.
+struct Look {
+    const char* name;
+    bool dark = false;
+    double textScale = 1;
+    Qt::LayoutDirection direction = Qt::LeftToRight;
+};
+
+/// Compares what is drawn with the pictures in tests/ui/pictures. With MURMELO_RENEW_PICTURES set it writes
+/// them instead: look at each before you keep it.
+class Pictures : public UiFixture, public testing::WithParamInterface<Look> {
+  protected:
+    void SetUp() override {
+        m_devices.mics = {{"built-in", "Built-in Audio Analog Stereo"},
+                          {"usb", "USB Condenser Microphone"},
+                          {"bluetooth", "Bluetooth Headset"}};
+        m_devices.defaultMic = "built-in";
+        UiFixture::SetUp();
+        theme().setProperty("dark", GetParam().dark);
+        theme().setProperty("textScale", GetParam().textScale);
+        theme().setProperty("animated", false);
+        QGuiApplication::setLayoutDirection(GetParam().direction);
+    }
+
+    void setLevels(float mic, float system) {
+        m_state->micLevel = mic;
+        m_state->outputLevel = system;
+    }
+    void setLastRecording() {
+        m_state->lastRecording = Recorder::Result{m_log.home() / "mix.m4a", {}, {}};
+        m_state->lastDuration = "12:34";
+        m_state->transcribeEnabled = true;
+    }
+
+    /// What the window shows, or a part of it.
+    void compare(const std::string& scene, const QQuickItem* part = nullptr) {
+        runEventLoop();
+        QImage drawn = m_window->grabWindow();
+        if (part != nullptr) {
+            const QRectF place = part->mapRectToScene(part->boundingRect());
+            drawn = drawn.copy(QRectF(place.topLeft() * m_window->devicePixelRatio(),
+                                      place.size() * m_window->devicePixelRatio())
+                                   .toRect());
+        }
+        const int dots = static_cast<int>(std::lround(m_window->devicePixelRatio()));
+        const QString name =
+            QString::fromStdString(scene + '-' + GetParam().name + (dots > 1 ? "-2x" : "") + ".png");
+        const QString file = QDir(MURMELO_PICTURES).filePath(name);
+        if (qEnvironmentVariableIsSet("MURMELO_RENEW_PICTURES")) {
+            write(drawn, file);
+            return;
+        }
+        const QImage expected(file);
+        ASSERT_EQ(drawn.size(), expected.size()) << name.toStdString();
+        if (const double share = shareOfDifferentPixels(drawn, expected); share > 0.002) {
+            drawn.save("drawn-" + name);
+            ADD_FAILURE() << name.toStdString() << ": " << share * 100 << " % of the pixels differ";
+        }
+    }
+
+  private:
+    /// Few colours make a small file: each is rounded by half of what the comparison lets pass, at most.
+    static void write(const QImage& image, const QString& file) {
+        constexpr int step = 8;
+        const auto rounded = [](int value) { return std::min(255, (value + step / 2) / step * step); };
+        QImage coarse = image.convertToFormat(QImage::Format_RGB32);
+        QList<QRgb> colours;
+        for (int y = 0; y < coarse.height(); ++y)
+            for (int x = 0; x < coarse.width(); ++x) {
+                const QRgb pixel = coarse.pixel(x, y);
+                const QRgb colour = qRgb(rounded(qRed(pixel)), rounded(qGreen(pixel)), rounded(qBlue(pixel)));
+                coarse.setPixel(x, y, colour);
+                if (!colours.contains(colour)) colours.append(colour);
+            }
+        if (colours.size() <= 256) coarse = coarse.convertToFormat(QImage::Format_Indexed8, colours);
+        QImageWriter writer(file, "png");
+        writer.setCompression(100);
+        if (!writer.write(coarse)) throw std::runtime_error("cannot write " + file.toStdString());
+    }
+    static double shareOfDifferentPixels(const QImage& one, const QImage& other) {
+        constexpr int tolerance = 8; // of 255: less than between a card and the window
+        int different = 0;
+        for (int y = 0; y < one.height(); ++y)
+            for (int x = 0; x < one.width(); ++x) {
+                const QColor a = one.pixelColor(x, y);
+                const QColor b = other.pixelColor(x, y);
+                if (std::max({std::abs(a.red() - b.red()), std::abs(a.green() - b.green()),
+                              std::abs(a.blue() - b.blue())}) > tolerance)
+                    ++different;
+            }
+        return static_cast<double>(different) / (one.width() * one.height());
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(, Pictures,
+                         testing::Values(Look{"light"}, Look{"dark", true}, Look{"large-text", false, 1.5},
+                                         Look{"right-to-left", false, 1, Qt::RightToLeft}),
+                         [](const auto& each) {
+                             std::string name = each.param.name;
+                             std::replace(name.begin(), name.end(), '-', '_');
+                             return name;
+                         });
+
+// --- the panel
+
+TEST_P(Pictures, PanelIdle) {
+    openPanel();
+    setLevels(0.42F, 0.63F);
+    compare("panel-idle");
+}
+
+TEST_P(Pictures, PanelStarting) {
+    openPanel();
+    m_state->isStarting = true;
+    compare("panel-starting");
+}
+
+TEST_P(Pictures, PanelRecording) {
+    m_state->transcribeEnabled = true;
+    openPanel();
+    m_state->isRecording = true;
+    m_state->elapsed = 754;
+    setLevels(0.62F, 0.31F);
+    compare("panel-recording");
+}
+
+TEST_P(Pictures, PanelSaved) {
+    openPanel();
+    setLastRecording();
+    std::ofstream(m_log.home() / "transcript.txt") << "You: Hello";
+    m_state->status = "No speech recognized.";
+    setLevels(0.2F, 0);
+    compare("panel-saved");
+}
+
+TEST_P(Pictures, PanelSavedWithoutTranscript) {
+    openPanel();
+    setLastRecording();
+    compare("panel-saved-without-transcript");
+}
+
+TEST_P(Pictures, PanelTranscribing) {
+    openPanel();
+    setLastRecording();
+    m_state->isTranscribing = true;
+    compare("panel-transcribing");
+}
+
+TEST_P(Pictures, PanelWithoutMicrophone) {
+    m_devices.mics = {};
+    openPanel();
+    m_state->status =
+        "The microphone could not be opened. Check that no other application is using it exclusively.";
+    compare("panel-without-microphone");
+}
+
+TEST_P(Pictures, PanelWithTheListOpen) {
+    openPanel();
+    click("micPicker");
+    const auto* const popup = item("micPicker").property("popup").value<QObject*>();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return popup->property("opened").toBool(); }));
+    press(Qt::Key_Down);
+    compare("panel-list");
+}
+
+TEST_P(Pictures, PanelWithTheKeyboard) {
+    openPanel();
+    giveKeyboardTo("transcriptSwitch");
+    compare("panel-keyboard");
+}
+
+// --- onboarding
+
+TEST_P(Pictures, OnboardingAtFirst) {
+    m_authorization.current = MicStatus::notDetermined;
+    m_model->reread();
+    openOnboarding();
+    compare("onboarding-first");
+}
+
+TEST_P(Pictures, OnboardingChecking) {
+    openOnboarding();
+    click("grantSystemAudio");
+    compare("onboarding-checking");
+}
+
+TEST_P(Pictures, OnboardingSilent) {
+    m_state->systemAudioGranted = false;
+    openOnboarding();
+    compare("onboarding-silent");
+}
+
+TEST_P(Pictures, OnboardingGranted) {
+    m_state->systemAudioGranted = true;
+    openOnboarding();
+    compare("onboarding-granted");
+}
+
+// --- meters
+
+TEST_P(Pictures, MetersEmptyAndFull) {
+    openPanel();
+    setLevels(0, 1);
+    compare("meters-empty-full", &item("inputCard"));
+}
+
+TEST_P(Pictures, MetersLowAndBeyond) {
+    openPanel();
+    setLevels(0.01F, 1.7F);
+    compare("meters-low-beyond", &item("inputCard"));
+}
+
+} // namespace

@@ -1,0 +1,119 @@
+#include "ui/ui_fixture.h"
+
+#include <QColor>
+#include <cmath>
+#include <tuple>
+
+namespace {
+
+/// Relative luminance and contrast as WCAG 2.1 defines them.
+double luminance(const QColor& colour) {
+    const auto linear = [](double part) {
+        return part <= 0.03928 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) +
+           0.0722 * linear(colour.blueF());
+}
+double contrast(const QColor& one, const QColor& other) {
+    const double a = luminance(one) + 0.05;
+    const double b = luminance(other) + 0.05;
+    return std::max(a, b) / std::min(a, b);
+}
+/// What one sees of a colour, seen through or not, on an opaque one.
+QColor on(const QColor& below, const QColor& above, double opacity = 1) {
+    const double a = above.alphaF() * opacity;
+    return QColor::fromRgbF(static_cast<float>(above.redF() * a + below.redF() * (1 - a)),
+                            static_cast<float>(above.greenF() * a + below.greenF() * (1 - a)),
+                            static_cast<float>(above.blueF() * a + below.blueF() * (1 - a)));
+}
+
+class ThemeTest : public UiFixture {
+  protected:
+    QColor colour(const char* name) { return theme().property(name).value<QColor>(); }
+    double number(const char* name) { return theme().property(name).toDouble(); }
+    QColor changed(const char* how, const QColor& tint) {
+        QColor result;
+        QMetaObject::invokeMethod(&theme(), how, Q_RETURN_ARG(QColor, result), Q_ARG(QColor, tint));
+        return result;
+    }
+};
+
+TEST_F(ThemeTest, EveryTextCanBeReadOnWhatItStandsOn) {
+    for (const bool dark : {false, true}) {
+        theme().setProperty("dark", dark);
+        const QColor window = colour("window");
+        const QColor card = on(window, colour("quaternary"), number("cardOpacity"));
+        const std::vector<std::tuple<const char*, QColor, QColor>> pairs = {
+            {"title", window, colour("primary")},
+            {"status line", window, colour("secondary")},
+            {"footer", window, colour("tertiary")},
+            {"footer under the mouse", on(window, colour("quaternary")), colour("primary")},
+            {"text on a card", card, colour("primary")},
+            {"caption on a card", card, colour("secondary")},
+            {"link", card, colour("link")},
+            {"link under the mouse", on(card, colour("quaternary")), colour("primary")},
+            {"picker", on(card, colour("control")), colour("primary")},
+            {"pressed picker", on(card, colour("controlDown")), colour("primary")},
+            {"button", colour("control"), colour("primary")},
+            {"button under the mouse", colour("controlHovered"), colour("primary")},
+            {"pressed button", colour("controlDown"), colour("primary")},
+            {"list", colour("menu"), colour("primary")},
+            {"chosen in the list", colour("accent"), colour("accentText")},
+            {"record button", colour("accent"), colour("accentText")},
+            {"record button under the mouse", changed("hovered", colour("accent")), colour("accentText")},
+            {"pressed record button", changed("pressed", colour("accent")), colour("accentText")},
+            {"stop button", colour("red"), colour("accentText")},
+            {"elapsed time", colour("red"),
+             on(colour("red"), colour("accentText"), number("elapsedOpacity"))},
+        };
+        for (const auto& [what, below, above] : pairs)
+            EXPECT_GE(contrast(below, on(below, above)), 4.5) << what << (dark ? ", dark" : ", light");
+    }
+}
+
+TEST_F(ThemeTest, WhatIsNoTextCanBeSeen) {
+    for (const bool dark : {false, true}) {
+        theme().setProperty("dark", dark);
+        const QColor card = on(colour("window"), colour("quaternary"), number("cardOpacity"));
+        EXPECT_GE(contrast(colour("window"), colour("focus")), 3) << dark;
+        EXPECT_GE(contrast(card, colour("focus")), 3) << dark;
+        EXPECT_GE(contrast(card, on(card, colour("secondary"))), 3) << dark; // symbols
+    }
+}
+
+TEST_F(ThemeTest, LightIsLightAndDarkIsDark) {
+    EXPECT_GT(luminance(colour("window")), 0.8);
+    theme().setProperty("dark", true);
+    EXPECT_LT(luminance(colour("window")), 0.1);
+}
+
+TEST_F(ThemeTest, SizesFollowTheTextScaleAndSpacesDoNot) {
+    openPanel();
+    EXPECT_EQ(number("body"), 13);
+    EXPECT_EQ(number("caption"), 11);
+    const double x = item("recordButton").x();
+    theme().setProperty("textScale", 2.0);
+    runEventLoop();
+    EXPECT_EQ(number("body"), 26);
+    EXPECT_EQ(m_panel->implicitWidth(), 640);
+    EXPECT_EQ(item("recordButton").x(), x);
+    EXPECT_EQ(item("micMeter").height(), 4);
+}
+
+TEST_F(ThemeTest, WithTextTwiceAsLargeNothingIsCutOff) {
+    theme().setProperty("textScale", 2.0);
+    m_state->lastRecording = Recorder::Result{"/r/mix.m4a", "/r/voice.m4a", "/r/system.m4a"};
+    m_state->lastDuration = "120:00";
+    m_state->status = "Pick a microphone first.";
+    openPanel();
+    for (const QQuickItem* const each : m_panel->findChildren<QQuickItem*>()) {
+        if (!each->isVisible() || !each->inherits("QQuickText")) continue;
+        EXPECT_FALSE(each->property("truncated").toBool()) << textOf(*each);
+        EXPECT_LE(each->property("contentWidth").toDouble(), each->width() + 1) << textOf(*each);
+        EXPECT_LE(each->property("contentHeight").toDouble(), each->height() + 1) << textOf(*each);
+        const double end = each->mapToScene({each->width(), 0}).x();
+        EXPECT_LE(end, m_panel->width()) << textOf(*each);
+    }
+}
+
+} // namespace
