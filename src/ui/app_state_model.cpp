@@ -60,7 +60,7 @@ void AppStateModel::openTranscript() {
 
 void AppStateModel::quit() {
     m_state.teardownOnQuit();
-    emit quitRequested();
+    Q_EMIT quitRequested();
 }
 
 // --- from the state to the views
@@ -88,10 +88,10 @@ void AppStateModel::flush() {
         takeComputedValues();
         followSelectedMic();
     }
-    if (mic || output) emit levelsChanged();
-    if (elapsed) emit elapsedChanged();
-    if (mics) emit micsChanged();
-    if (others) emit changed();
+    if (mic || output) Q_EMIT levelsChanged();
+    if (elapsed) Q_EMIT elapsedChanged();
+    if (mics) Q_EMIT micsChanged();
+    if (others) Q_EMIT changed();
 }
 
 void AppStateModel::takeComputedValues() {

@@ -92,14 +92,14 @@ class AppStateModel final : public QObject {
     /// Stops the engines, then asks for the end of the program.
     Q_INVOKABLE void quit();
 
-  signals:
+  Q_SIGNALS:
     void levelsChanged();
     void elapsedChanged();
     void micsChanged();
     void changed(); ///< everything else
     void quitRequested();
 
-  private slots:
+  private Q_SLOTS:
     void flush();
 
   private:

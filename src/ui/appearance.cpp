@@ -45,7 +45,7 @@ double Appearance::textScale() const {
 
 bool Appearance::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::ApplicationPaletteChange || event->type() == QEvent::ApplicationFontChange)
-        emit changed();
+        Q_EMIT changed();
     return QObject::eventFilter(watched, event);
 }
 
@@ -70,5 +70,5 @@ void Appearance::settingChanged(const QString& area, const QString& key, const Q
         m_isAnimated = inner.toBool();
     else
         return;
-    emit changed();
+    Q_EMIT changed();
 }

@@ -23,10 +23,10 @@ class Appearance final : public QObject {
 
     bool eventFilter(QObject* watched, QEvent* event) override;
 
-  signals:
+  Q_SIGNALS:
     void changed();
 
-  private slots:
+  private Q_SLOTS:
     void settingChanged(const QString& area, const QString& key, const QDBusVariant& value);
 
   private:

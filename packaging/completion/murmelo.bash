@@ -1,0 +1,33 @@
+# bash completion for murmelo
+
+_murmelo() {
+  local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+  COMPREPLY=()
+  if ((COMP_CWORD == 1)); then
+    mapfile -t COMPREPLY < <(compgen -W 'record transcribe recover mics toggle status --help --version' -- "$current")
+    return
+  fi
+  case $previous in
+    --mic)
+      mapfile -t COMPREPLY < <(compgen -W "$(murmelo mics 2> /dev/null | cut -c3- | cut -d' ' -f1)" -- "$current")
+      return
+      ;;
+    --folder)
+      mapfile -t COMPREPLY < <(compgen -d -- "$current")
+      return
+      ;;
+    --seconds) return ;;
+  esac
+  local options=''
+  case ${COMP_WORDS[1]} in
+    record) options='--seconds --mic --folder --transcribe --json' ;;
+    transcribe | mics | status) options='--json' ;;
+    recover) options='--dry-run --json' ;;
+  esac
+  if [[ $current == -* ]]; then
+    mapfile -t COMPREPLY < <(compgen -W "$options" -- "$current")
+  elif [[ ${COMP_WORDS[1]} == @(transcribe|recover) ]]; then
+    mapfile -t COMPREPLY < <(compgen -d -- "$current")
+  fi
+}
+complete -o filenames -F _murmelo murmelo

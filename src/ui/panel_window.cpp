@@ -1,0 +1,162 @@
+#include "ui/panel_window.h"
+
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QPainterPath>
+#include <QQuickPaintedItem>
+#include <QRegion>
+#include <QScreen>
+#include <chrono>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int cornerRadius = 10;
+/// A click on the tray icon takes the keyboard from the panel, and only then tells us.
+constexpr auto clickAfterFocusLoss = 250ms;
+
+constexpr Qt::WindowFlags panelFlags = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
+constexpr Qt::WindowFlags ordinaryFlags =
+    Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint;
+
+class Window final : public QQuickWindow {
+  protected:
+    /// What the content leaves of the keys.
+    void keyPressEvent(QKeyEvent* event) override {
+        event->ignore();
+        QQuickWindow::keyPressEvent(event);
+        if (event->isAccepted() || event->key() != Qt::Key_Escape) return;
+        event->accept();
+        close();
+    }
+};
+
+/// X11 may have nobody who blends windows: there the corners are cut off instead of transparent.
+bool canBeTransparent() {
+    return QGuiApplication::platformName() != QLatin1String("xcb");
+}
+
+QRegion roundedRegion(const QSize& size) {
+    QPainterPath path;
+    path.addRoundedRect(QRectF(QPointF(), size), cornerRadius, cornerRadius);
+    return QRegion(path.toFillPolygon().toPolygon());
+}
+
+std::vector<PanelScreen> allScreens() {
+    std::vector<PanelScreen> screens;
+    for (const QScreen* const screen : QGuiApplication::screens())
+        screens.push_back({screen->geometry(), screen->availableGeometry(), screen->devicePixelRatio()});
+    return screens;
+}
+
+} // namespace
+
+/// The background, with a line around it where the window has no frame.
+class PanelWindow::Frame final : public QQuickPaintedItem {
+  public:
+    QColor background = Qt::white;
+    QColor border = Qt::transparent;
+    bool isRounded = true;
+
+    void paint(QPainter* painter) override {
+        const QRectF all = boundingRect();
+        if (!isRounded) return painter->fillRect(all, background);
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->setBrush(background);
+        painter->setPen(QPen(border, 1));
+        painter->drawRoundedRect(all.adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius, cornerRadius);
+    }
+};
+
+PanelWindow::PanelWindow(QQuickItem& content, const TimedQueue& clock)
+    : m_clock(clock), m_window(std::make_unique<Window>()), m_frame(new Frame), m_content(&content) {
+    m_window->setTitle(QStringLiteral("Murmelo"));
+    if (canBeTransparent()) m_window->setColor(Qt::transparent);
+    m_frame->setParent(m_window.get());
+    m_frame->setParentItem(m_window->contentItem());
+    content.setParentItem(m_window->contentItem());
+    content.setFocus(true);
+    connect(&content, &QQuickItem::implicitWidthChanged, this, &PanelWindow::fit);
+    connect(&content, &QQuickItem::implicitHeightChanged, this, &PanelWindow::fit);
+    connect(m_window.get(), &QWindow::activeChanged, this, &PanelWindow::lostKeyboard, Qt::QueuedConnection);
+    fit();
+}
+
+PanelWindow::~PanelWindow() {
+    if (m_content) m_content->setParentItem(nullptr); // not the window's to destroy
+}
+
+void PanelWindow::setColours(const QColor& background, const QColor& border) {
+    m_frame->background = background;
+    m_frame->border = border;
+    if (!canBeTransparent()) m_window->setColor(background);
+    m_frame->update();
+}
+
+// --- opening and closing
+// -------------------------------------------------------------------------------------------
+
+void PanelWindow::toggle(const PanelAnchor& anchor) {
+    if (isOpen()) return close();
+    const bool hasJustClosedIt =
+        m_closedByFocusLoss && m_clock.now() - *m_closedByFocusLoss < clickAfterFocusLoss;
+    m_closedByFocusLoss.reset();
+    if (!hasJustClosedIt) open(anchor);
+}
+
+void PanelWindow::open(const PanelAnchor& anchor) {
+    m_anchor = anchor;
+    m_window->setFlags(panelFlags);
+    show();
+}
+
+void PanelWindow::openAsOrdinaryWindow() {
+    m_anchor.reset();
+    m_window->setFlags(ordinaryFlags);
+    show();
+}
+
+void PanelWindow::show() {
+    m_closedByFocusLoss.reset();
+    m_frame->isRounded = m_anchor.has_value();
+    m_frame->update();
+    fit();
+    m_window->show();
+    m_window->raise();
+    m_window->requestActivate();
+}
+
+void PanelWindow::close() {
+    m_window->hide();
+}
+
+bool PanelWindow::isOpen() const {
+    return m_window->isVisible();
+}
+
+void PanelWindow::lostKeyboard() {
+    if (!m_anchor || !isOpen() || m_window->isActive()) return;
+    m_closedByFocusLoss = m_clock.now();
+    close();
+}
+
+// --- size and place
+// ------------------------------------------------------------------------------------------------
+
+void PanelWindow::fit() {
+    if (!m_content) return;
+    const QSize size(qCeil(m_content->implicitWidth()), qCeil(m_content->implicitHeight()));
+    if (size.isEmpty()) return;
+    m_content->setSize(size);
+    m_frame->setSize(size);
+    m_window->setMinimumSize(size);
+    m_window->setMaximumSize(size);
+    m_window->resize(size);
+    if (!canBeTransparent()) m_window->setMask(m_anchor ? roundedRegion(size) : QRegion());
+    if (!m_anchor) return;
+    const QPoint position = panelPosition(*m_anchor, allScreens(), size);
+    if (QScreen* const screen = QGuiApplication::screenAt(position)) m_window->setScreen(screen);
+    m_window->setPosition(position);
+}

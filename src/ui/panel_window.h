@@ -1,0 +1,57 @@
+#pragma once
+
+#include "base/serial_queue.h"
+#include "ui/panel_placement.h"
+
+#include <QColor>
+#include <QObject>
+#include <QPointer>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <memory>
+#include <optional>
+
+/// The panel's window. At the tray icon it has no frame and no place in the task bar, stays in front, and
+/// closes when the keyboard goes elsewhere (so does a click outside), by Escape and by a second click on the
+/// icon. Where there is no tray it is an ordinary window.
+///
+/// Its size is the content's implicit one, always. Under Wayland the compositor decides where it is: only its
+/// fixed size tells that it is not to be tiled.
+///
+/// Main thread, after the application object.
+class PanelWindow final : public QObject {
+    Q_OBJECT
+
+  public:
+    /// Shows `content`, which someone else owns and which may go first. `clock` outlives the window.
+    PanelWindow(QQuickItem& content, const TimedQueue& clock);
+    ~PanelWindow() override;
+    PanelWindow(const PanelWindow&) = delete;
+    PanelWindow& operator=(const PanelWindow&) = delete;
+
+    /// What is behind the content and around it.
+    void setColours(const QColor& background, const QColor& border);
+
+    /// A click on the tray icon: opens the panel there, or closes it.
+    void toggle(const PanelAnchor& anchor);
+    void open(const PanelAnchor& anchor);
+    void openAsOrdinaryWindow();
+    void close();
+    bool isOpen() const;
+
+    QQuickWindow& window() { return *m_window; }
+
+  private:
+    class Frame;
+
+    void show();
+    void fit();
+    void lostKeyboard();
+
+    const TimedQueue& m_clock;
+    const std::unique_ptr<QQuickWindow> m_window;
+    Frame* m_frame; // the window's
+    const QPointer<QQuickItem> m_content;
+    std::optional<PanelAnchor> m_anchor;                 // nothing: an ordinary window
+    std::optional<TimedQueue::Time> m_closedByFocusLoss; // when
+};

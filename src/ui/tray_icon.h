@@ -1,0 +1,81 @@
+#pragma once
+
+#include "app/app_status.h"
+#include "ui/panel_placement.h"
+#include "ui/status_notifier_item.h"
+
+#include <QIcon>
+#include <QMenu>
+#include <QObject>
+#include <QString>
+#include <QSystemTrayIcon>
+#include <QTimer>
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+/// The program's icon on the desktop: a StatusNotifierItem where there is a host for it, else an icon in an
+/// X11 tray, else none. Both kinds of tray may come and go at any time. The icon is a waveform, and red while
+/// a recording runs.
+///
+/// Main thread, after the application object, which is one with widgets.
+class TrayIcon final : public QObject {
+    Q_OBJECT
+
+  public:
+    enum class Host {
+        unknown, ///< until the first hostChanged
+        none,
+        statusNotifier,
+        x11Tray
+    };
+
+    /// `sessionBus` may be disconnected. `iconThemePath` holds the theme "hicolor" with our icons.
+    TrayIcon(const QDBusConnection& sessionBus, const QString& iconThemePath);
+
+    Host host() const { return m_host; }
+    /// Icon, tool tip and menu follow. Cheap when nothing of it has changed.
+    void show(const AppStatus& status);
+
+    /// What the secondary click offers, for a host that cannot draw it.
+    QMenu& menu() { return m_menu; }
+    StatusNotifierItem& item() { return m_item; }
+
+  Q_SIGNALS:
+    void hostChanged();
+    /// The primary click, which opens the panel or closes it.
+    void clicked(const PanelAnchor& anchor);
+    // The menu.
+    void openChosen();
+    void toggleChosen();
+    void quitChosen();
+
+  private Q_SLOTS:
+    void chooseHost();
+
+  private:
+    /// What can be seen of the status.
+    struct Look {
+        bool isRecording;
+        bool isStarting;
+        bool canToggle;
+        bool operator==(const Look&) const = default;
+    };
+
+    void setHost(Host host);
+    void makeX11Icon();
+    void draw();
+    void drawMenu();
+
+    StatusNotifierItem m_item;
+    QMenu m_menu;
+    const QIcon m_idle;
+    const QIcon m_recording;
+    QTimer m_lookout; // for an X11 tray, whose coming nobody tells
+    Host m_host = Host::unknown;
+    std::optional<Look> m_look;
+    std::unique_ptr<QSystemTrayIcon> m_x11Icon;
+};
+
+/// Where our icons are: beside a program that is not installed in share/icons, else in ../share/icons.
+QString iconThemePath(const std::filesystem::path& executableFolder);

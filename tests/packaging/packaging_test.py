@@ -1,0 +1,171 @@
+#!/usr/bin/env python3
+"""Installs the build, makes the Debian package, and looks at what is in them.
+
+Usage: packaging_test.py SOURCE_ROOT BUILD_ROOT
+"""
+import pathlib
+import re
+import struct
+import subprocess
+import sys
+import tempfile
+import unittest
+
+SOURCE, BUILD = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
+NAME = "org.murmelo.Murmelo"
+SIZES = (16, 22, 24, 32, 48, 64, 128, 256, 512)
+INSTALLED = sorted([
+    "bin/murmelo",
+    "libexec/murmelo/murmelo-speech-pocketsphinx",
+    f"share/applications/{NAME}.desktop",
+    "share/bash-completion/completions/murmelo",
+    f"share/dbus-1/services/{NAME}.service",
+    "share/doc/murmelo/CHANGELOG.md",
+    "share/doc/murmelo/README.md",
+    "share/doc/murmelo/copyright",
+    f"share/doc/murmelo/examples/{NAME}.desktop",
+    "share/fish/vendor_completions.d/murmelo.fish",
+    *(f"share/icons/hicolor/{size}x{size}/apps/{NAME}.png" for size in SIZES),
+    f"share/icons/hicolor/scalable/apps/{NAME}-recording.svg",
+    f"share/icons/hicolor/scalable/apps/{NAME}.svg",
+    f"share/icons/hicolor/symbolic/apps/{NAME}-symbolic.svg",
+    "share/man/man1/murmelo.1",
+    f"share/metainfo/{NAME}.metainfo.xml",
+    "share/zsh/vendor-completions/_murmelo",
+])
+
+
+def run(*command, **options):
+    return subprocess.run([str(word) for word in command], capture_output=True, text=True, check=False, **options)
+
+
+def checked(*command, **options):
+    done = run(*command, **options)
+    if done.returncode != 0:
+        raise AssertionError(f"{command}: {done.returncode}\n{done.stdout}{done.stderr}")
+    return done.stdout + done.stderr
+
+
+def files_below(root):
+    return sorted(f.relative_to(root).as_posix() for f in root.rglob("*") if not f.is_dir())
+
+
+def key_of(file, key):
+    return re.search(rf"^{key}=(.*)$", file.read_text(), re.MULTILINE).group(1)
+
+
+class InstalledTree(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        cls.root = pathlib.Path(cls.folder.name) / "tree"
+        checked("cmake", "--install", BUILD, "--prefix", cls.root)
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.folder.cleanup()
+
+    def test_everything_is_in_its_place(self):
+        self.assertEqual(files_below(self.root), INSTALLED)
+
+    def test_entries_name_the_program_with_its_path(self):
+        program = f"{self.root}/bin/murmelo"
+        share = self.root / "share"
+        self.assertEqual(key_of(share / f"applications/{NAME}.desktop", "Exec"), program)
+        self.assertEqual(key_of(share / f"dbus-1/services/{NAME}.service", "Exec"), program)
+        self.assertEqual(key_of(share / f"dbus-1/services/{NAME}.service", "Name"), NAME)
+        self.assertEqual(key_of(share / f"doc/murmelo/examples/{NAME}.desktop", "Exec"), program)
+        self.assertIn(f"Exec={program} toggle\n", (share / f"applications/{NAME}.desktop").read_text())
+
+    def test_desktop_entries_are_valid(self):
+        for entry in self.root.glob("share/**/*.desktop"):
+            self.assertEqual(checked("desktop-file-validate", entry), "")
+
+    def test_metainfo_is_valid(self):
+        checked("appstreamcli", "validate", "--no-net", "--explain", self.root / f"share/metainfo/{NAME}.metainfo.xml")
+
+    def test_metainfo_has_a_release_of_this_version(self):
+        version = checked(self.root / "bin/murmelo", "--version").split()[1]
+        metainfo = (self.root / f"share/metainfo/{NAME}.metainfo.xml").read_text()
+        self.assertIn(f'<release version="{version}"', metainfo)
+        self.assertIn(f'"Murmelo {version}"', (self.root / "share/man/man1/murmelo.1").read_text())
+
+    def test_pictures_have_the_size_of_their_folder(self):
+        for size in SIZES:
+            picture = self.root / f"share/icons/hicolor/{size}x{size}/apps/{NAME}.png"
+            self.assertEqual(struct.unpack(">8xI4s2I", picture.read_bytes()[:24])[1:], (b"IHDR", size, size))
+
+    def test_symbolic_icon_has_fills_only(self):
+        icon = (self.root / f"share/icons/hicolor/symbolic/apps/{NAME}-symbolic.svg").read_text()
+        self.assertNotIn("stroke", icon)
+
+    def test_manual_page_has_no_faults(self):
+        self.assertEqual(run("groff", "-ww", "-man", "-Tutf8", self.root / "share/man/man1/murmelo.1").stderr, "")
+
+    def test_every_word_of_the_help_is_in_manual_and_completions(self):
+        usage = checked(self.root / "bin/murmelo", "--help")
+        words = set(re.findall(r"^  murmelo (\w+)", usage, re.MULTILINE)) | set(re.findall(r"--([a-z-]+)", usage))
+        self.assertIn("dry-run", words)
+        for file in ("man/man1/murmelo.1", "bash-completion/completions/murmelo", "zsh/vendor-completions/_murmelo",
+                     "fish/vendor_completions.d/murmelo.fish"):
+            text = (self.root / "share" / file).read_text().replace("\\-", "-")
+            self.assertEqual([word for word in sorted(words) if word not in text], [], file)
+
+    def completed(self, *words):
+        script = ('source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _murmelo; '
+                  'printf "%s\\n" "${COMPREPLY[@]}"')
+        completion = self.root / "share/bash-completion/completions/murmelo"
+        return checked("bash", "-c", script, "bash", completion, "murmelo", *words).split()
+
+    def test_bash_completes(self):
+        self.assertEqual(self.completed("re"), ["record", "recover"])
+        self.assertEqual(self.completed("record", "--s"), ["--seconds"])
+        self.assertEqual(self.completed("status", "--"), ["--json"])
+        self.assertEqual(self.completed("recover", "--d"), ["--dry-run"])
+
+    def test_the_installed_program_finds_its_worker(self):
+        recording = pathlib.Path(self.folder.name) / "recording"
+        recording.mkdir()
+        for track in ("voice", "system", "mix"):
+            checked("ffmpeg", "-v", "error", "-f", "lavfi", "-i", "anullsrc=r=48000:cl=stereo", "-t", "1",
+                    "-c:a", "aac", recording / f"{track}.m4a")
+        home = {"PATH": "/usr/bin:/bin", "HOME": self.folder.name, "LANG": "en_US.UTF-8"}
+        done = run(self.root / "bin/murmelo", "transcribe", recording, env=home)
+        worker = self.root / "libexec/murmelo/murmelo-speech-pocketsphinx"
+        hidden = worker.rename(worker.with_suffix(".hidden"))
+        without = run(self.root / "bin/murmelo", "transcribe", recording, env=home)
+        hidden.rename(worker)
+        self.assertIn(f"The speech worker {worker} is missing", without.stderr)
+        self.assertNotIn("is missing", done.stderr)
+
+
+class DebianPackage(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        checked("cpack", "--config", BUILD / "CPackConfig.cmake", "-B", cls.folder.name, cwd=cls.folder.name)
+        cls.package = next(pathlib.Path(cls.folder.name).glob("murmelo_*.deb"))
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.folder.cleanup()
+
+    def test_holds_what_is_installed(self):
+        tree = pathlib.Path(self.folder.name) / "package"
+        checked("dpkg-deb", "--extract", self.package, tree)
+        self.assertEqual(files_below(tree), [f"usr/{file}" for file in INSTALLED])
+        self.assertEqual(key_of(tree / f"usr/share/dbus-1/services/{NAME}.service", "Exec"), "/usr/bin/murmelo")
+
+    def test_depends_on_libraries_and_on_what_is_found_at_run_time(self):
+        depends = checked("dpkg-deb", "--field", self.package, "Depends").strip().split(", ")
+        names = {dependency.split()[0] for dependency in depends}
+        listed = (SOURCE / "scripts/packages.txt").read_text().split("[program]\n")[1].split("\n[")[0]
+        wanted = {line for line in listed.splitlines() if line and not line.startswith("#")}
+        self.assertGreater(len(wanted), 5)
+        self.assertEqual(wanted - names, set())
+        linked = {"libc6", "libqt6dbus6", "libpipewire-0.3-0", "libavcodec59", "libpocketsphinx3"}
+        self.assertEqual({name for name in linked if not any(have.startswith(name) for have in names)}, set())
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
