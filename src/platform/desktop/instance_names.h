@@ -1,7 +1,7 @@
 #pragma once
 
-/// How a running Murmelo is found on the session bus. The path is the name with slashes, as the Desktop Entry
-/// Specification wants it of programs that the bus can start.
+/// How a running Murmelo is found on the session bus. The path is the name with slashes, as
+/// freedesktop.org's desktop entries want it of programs that the bus can start.
 namespace instance {
 
 inline constexpr const char* name = "org.murmelo.Murmelo";
