@@ -5,37 +5,26 @@
 #include "base/debug_log.h"
 #include "base/job_threads.h"
 #include "base/recording_files.h"
-#include "cli/status_line.h"
+#include "cli/output.h"
+#include "face.h"
 #include "platform/desktop/desktop_mic_authorization.h"
+#include "platform/desktop/desktop_notices.h"
 #include "platform/desktop/desktop_workspace.h"
 #include "platform/desktop/ini_settings_store.h"
 #include "platform/desktop/qt_main_queue.h"
+#include "platform/desktop/single_instance.h"
 #include "platform/desktop/termination_notifier.h"
 #include "platform/media/mp4_recovery.h"
 #include "platform/pipewire/server_keeper.h"
 
-#include <QGuiApplication>
+#include <QApplication>
+#include <QDBusConnection>
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <unistd.h>
 
 namespace {
-
-/// There is no window yet.
-class NoWindows final : public Windowing {
-  public:
-    void setActivationPolicy(ActivationPolicy /*policy*/) override {}
-    void activate() override {}
-    std::unique_ptr<OnboardingWindow> makeOnboardingWindow(AppState& /*state*/) override {
-        return std::make_unique<NoWindow>();
-    }
-
-  private:
-    class NoWindow final : public OnboardingWindow {
-      public:
-        void makeKeyAndOrderFront() override {}
-    };
-};
 
 /// Everything that the state needs, in the order in which it may go away again.
 class Application {
@@ -48,10 +37,34 @@ class Application {
     }
     ~Application() {
         m_state->teardownOnQuit();
+        m_face.forgetState();
         m_state.reset(); // cancels transcriptions, so that the jobs end
     }
     Application(const Application&) = delete;
     Application& operator=(const Application&) = delete;
+
+    /// What other programs ask of the one that runs comes from `instance`, which stays silent outside the
+    /// event loop.
+    void appear(SingleInstance& instance) {
+        instance.status = [this] { return statusOf(*m_state); };
+        const auto on = [this, &instance](auto signal, auto action) {
+            QObject::connect(&instance, signal, &m_context, action);
+        };
+        on(&SingleInstance::activationRequested, [this] { m_face.openPanel(); });
+        on(&SingleInstance::toggleRequested, [this] {
+            if (statusOf(*m_state).canToggle) m_state->toggleRecording();
+        });
+        on(&SingleInstance::quitRequested, &QCoreApplication::quit);
+        QObject::connect(&m_notices, &DesktopNotices::panelWanted, &m_context,
+                         [this] { m_face.openPanel(); });
+        m_face.show(*m_state);
+    }
+
+    /// Jobs may still run: nobody waits for them. A speech worker ends when its parent does.
+    [[noreturn]] void exitNow(int status) {
+        if (m_state) m_state->teardownOnQuit();
+        _exit(status);
+    }
 
   private:
     Services services() {
@@ -60,7 +73,7 @@ class Application {
             .devices = m_sound.devices,
             .micAuthorization = m_micAuthorization,
             .workspace = m_workspace,
-            .windowing = m_windows,
+            .windowing = m_face.windowing(),
             .main = m_main,
             .jobs = m_jobs,
             .makeEngine = [this] { return m_sound.makeEngine(m_timers); },
@@ -68,7 +81,9 @@ class Application {
             .systemAudioWorks = [this] { return m_sound.captureCheck().systemAudioWorks(); },
             .transcribeRecording =
                 [this](const std::filesystem::path& folder, const std::stop_token& stop) {
-                    return m_speech.transcriber.transcribeRecording(folder, stop);
+                    std::filesystem::path transcript = m_speech.transcriber.transcribeRecording(folder, stop);
+                    m_notices.tellTranscriptReady(transcript);
+                    return transcript;
                 },
             .sleep = sleepFor,
             .wallClock = [] { return std::chrono::system_clock::now(); },
@@ -80,12 +95,6 @@ class Application {
         };
     }
 
-    /// Jobs may still run: nobody waits for them. A speech worker ends when its parent does.
-    [[noreturn]] void exitNow(int status) {
-        if (m_state) m_state->teardownOnQuit();
-        _exit(status);
-    }
-
     void recoverRecordings() {
         const std::vector<RecoveredFile> files =
             m_recovery.recover(placeOfRecordings(), RecordingRecovery::Mode::mend);
@@ -94,12 +103,14 @@ class Application {
         });
         if (mended == 0) return;
         DebugLog::log("[app] recovered files: " + std::to_string(mended));
-        m_notices.tell("Recordings that were cut short have been recovered.");
+        m_notices.tellRecovered(files);
     }
 
     TerminationNotifier m_termination;
-    StatusLine m_notices;
+    DesktopWorkspace m_workspace;
+    DesktopNotices m_notices{QDBusConnection::sessionBus(), m_workspace};
     QtMainQueue m_main;
+    Face m_face{QDBusConnection::sessionBus(), m_workspace, m_main};
     ThreadQueue m_timers{"timers"};
     Mp4Recovery m_recovery;
     Sound m_sound{m_notices};
@@ -107,22 +118,81 @@ class Application {
     ServerKeeper m_serverKeeper{m_sound.connection};
     IniSettingsStore m_settings{settingsFile()};
     DesktopMicAuthorization m_micAuthorization{QDBusConnection::sessionBus()};
-    DesktopWorkspace m_workspace;
-    NoWindows m_windows;
     JobThreads m_jobs; // before the state: joined once the state is gone
     std::shared_ptr<AppState> m_state;
+    QObject m_context; // ends the connections
 };
 
+/// Qt ends the process by exit() when its display goes away, and nothing on the stack is destroyed.
+class FilesAreClosedAtExit {
+  public:
+    explicit FilesAreClosedAtExit(Application& application) {
+        s_running = &application;
+        std::atexit([] {
+            if (s_running != nullptr) s_running->exitNow(EXIT_FAILURE);
+        });
+    }
+    ~FilesAreClosedAtExit() { s_running = nullptr; }
+    FilesAreClosedAtExit(const FilesAreClosedAtExit&) = delete;
+    FilesAreClosedAtExit& operator=(const FilesAreClosedAtExit&) = delete;
+
+  private:
+    static inline Application* s_running = nullptr;
+};
+
+/// It neither shows itself nor minds another one that runs.
+bool isSelfTest() {
+    constexpr std::array variables{"TAPDECK_DIAG", "TAPDECK_TS", "TAPDECK_CHECK"};
+    return std::any_of(variables.begin(), variables.end(),
+                       [](const char* name) { return std::getenv(name) != nullptr; });
+}
+
 bool hasDisplay() {
-    return std::getenv("DISPLAY") != nullptr || std::getenv("WAYLAND_DISPLAY") != nullptr;
+    constexpr std::array variables{"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"};
+    return std::any_of(variables.begin(), variables.end(),
+                       [](const char* name) { return std::getenv(name) != nullptr; });
+}
+
+ExitStatus runSelfTest(const TerminationSignals& signals) {
+    Application application(signals);
+    const FilesAreClosedAtExit guard(application);
+    return static_cast<ExitStatus>(QCoreApplication::exec());
+}
+
+/// Nothing: we are the only one.
+std::optional<ExitStatus> handOver(SingleInstance& instance) {
+    switch (instance.claim()) {
+    case SingleInstance::Claim::granted:
+        return std::nullopt;
+    case SingleInstance::Claim::handedOver:
+        return ExitStatus::done;
+    case SingleInstance::Claim::taken:
+        break;
+    }
+    return reportFailure("Murmelo is running already, and there is no session bus to reach it by.");
+}
+
+ExitStatus runOnDesktop(const TerminationSignals& signals) {
+    SingleInstance instance(QDBusConnection::sessionBus(), instanceLockFile());
+    if (const std::optional<ExitStatus> handedOver = handOver(instance)) return *handedOver;
+    Application application(signals);
+    const FilesAreClosedAtExit guard(application);
+    application.appear(instance);
+    return static_cast<ExitStatus>(QCoreApplication::exec());
 }
 
 } // namespace
 
-int runApplication(int argc, char** argv, const TerminationSignals& signals) {
-    if (!hasDisplay() && std::getenv("QT_QPA_PLATFORM") == nullptr) qputenv("QT_QPA_PLATFORM", "offscreen");
-    QGuiApplication qt(argc, argv);
-    QGuiApplication::setQuitOnLastWindowClosed(false);
-    const Application application(signals);
-    return QGuiApplication::exec();
+ExitStatus runApplication(int argc, char** argv, const TerminationSignals& signals) {
+    if (!hasDisplay()) {
+        if (!isSelfTest())
+            return reportFailure(
+                "There is no desktop here to appear on. “murmelo record” records on the terminal.");
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    QApplication qt(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("murmelo"));
+    QApplication::setDesktopFileName(QStringLiteral("org.murmelo.Murmelo"));
+    QApplication::setQuitOnLastWindowClosed(false);
+    return isSelfTest() ? runSelfTest(signals) : runOnDesktop(signals);
 }

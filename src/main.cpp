@@ -6,17 +6,19 @@
 #include "cli/output.h"
 #include "cli/record_command.h"
 #include "cli/recover_command.h"
+#include "cli/status_command.h"
 #include "cli/status_line.h"
 #include "cli/termination_signals.h"
+#include "cli/toggle_command.h"
 #include "cli/transcribe_command.h"
 #include "cli/usage.h"
+#include "platform/desktop/bus_running_instance.h"
 #include "platform/media/ffmpeg_log.h"
 #include "platform/media/mp4_recovery.h"
 
-#include <algorithm>
-#include <array>
+#include <QCoreApplication>
+#include <QDBusConnection>
 #include <csignal>
-#include <cstdlib>
 #include <string>
 
 namespace {
@@ -24,6 +26,11 @@ namespace {
 ExitStatus runSubcommand(const std::string& name, int argc, char** argv, TerminationSignals& signals) {
     Mp4Recovery recovery;
     if (name == "recover") return recoverCommand(argc, argv, recovery);
+    if (name == "toggle" || name == "status") {
+        const QCoreApplication qt(argc, argv);
+        BusRunningInstance running(QDBusConnection::sessionBus());
+        return name == "toggle" ? toggleCommand(argc, argv, running) : statusCommand(argc, argv, running);
+    }
     ThreadQueue timers("timers");
     if (name == "transcribe") {
         Speech speech(timers);
@@ -38,13 +45,6 @@ ExitStatus runSubcommand(const std::string& name, int argc, char** argv, Termina
     return recordCommand(argc, argv, sound.devices, *engine, speech.transcriber, signals, line);
 }
 
-/// Until it has a window the application is of use to its self-tests only.
-bool isSelfTest() {
-    constexpr std::array variables{"TAPDECK_DIAG", "TAPDECK_TS", "TAPDECK_CHECK"};
-    return std::any_of(variables.begin(), variables.end(),
-                       [](const char* name) { return std::getenv(name) != nullptr; });
-}
-
 int run(int argc, char** argv) {
     const std::string first = argc > 1 ? argv[1] : "";
     const auto status = [](ExitStatus of) { return static_cast<int>(of); };
@@ -52,11 +52,10 @@ int run(int argc, char** argv) {
     if (first == "--version") return status(printResult("murmelo " MURMELO_VERSION "\n"));
     TerminationSignals signals; // before the first thread
     sendFfmpegLogToDebugLog();
-    for (const char* name : {"record", "transcribe", "mics", "recover"})
+    for (const char* name : {"record", "transcribe", "mics", "recover", "toggle", "status"})
         if (first == name) return status(runSubcommand(first, argc - 1, argv + 1, signals));
-    if (first.empty() && isSelfTest()) return runApplication(argc, argv, signals);
-    return status(
-        reportUsage(first.empty() ? "What shall Murmelo do?" : "Murmelo does not know “" + first + "”."));
+    if (first.empty()) return status(runApplication(argc, argv, signals));
+    return status(reportUsage("Murmelo does not know “" + first + "”."));
 }
 
 } // namespace

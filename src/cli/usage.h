@@ -5,6 +5,8 @@ inline constexpr const char* usageText =
     R"(Murmelo records what you hear and what you say, and writes it down. Nothing leaves this computer.
 
 Usage:
+  murmelo
+      Starts the program on the desktop, or opens its panel when it runs already.
   murmelo record [--seconds N] [--mic ID] [--folder DIR] [--transcribe] [--json]
       Records until Ctrl+C, or for N seconds, into voice.m4a (your microphone), system.m4a (everything the
       computer plays) and mix.m4a (both), and prints their paths.
@@ -19,6 +21,10 @@ Usage:
       folder. With --dry-run it only looks. It never deletes, and never touches a file that is in use.
   murmelo mics [--json]
       Lists the microphones; the automatic choice is marked with *.
+  murmelo toggle
+      Presses the record button of the program on the desktop. Made to be bound to a key.
+  murmelo status [--json]
+      Tells whether that one records, for how long, from which microphone, and where its last recording is.
   murmelo --help, murmelo --version
 
 --json prints the result for scripts. Exit status: 0 done, 1 failed (the reason is the last line on standard

@@ -3,8 +3,6 @@
 #include "ui/app_state_model.h"
 #include "ui/views.h"
 
-#include <QPointer>
-#include <QQuickWindow>
 #include <QScreen>
 #include <utility>
 
@@ -50,5 +48,12 @@ void QuickWindowing::activate() {}
 
 std::unique_ptr<OnboardingWindow> QuickWindowing::makeOnboardingWindow(AppState& state) {
     AppStateModel& model = m_modelOf(state);
-    return std::make_unique<QuickOnboardingWindow>(model, m_views.makeOnboardingWindow(model));
+    m_onboardingWindow = m_views.makeOnboardingWindow(model);
+    return std::make_unique<QuickOnboardingWindow>(model, m_onboardingWindow);
+}
+
+void QuickWindowing::raiseOnboardingWindow() {
+    if (!m_onboardingWindow || !m_onboardingWindow->isVisible()) return;
+    m_onboardingWindow->raise();
+    m_onboardingWindow->requestActivate();
 }

@@ -2,6 +2,8 @@
 
 #include "app/windowing.h"
 
+#include <QPointer>
+#include <QQuickWindow>
 #include <functional>
 
 class AppStateModel;
@@ -18,7 +20,11 @@ class QuickWindowing final : public Windowing {
     void activate() override;
     std::unique_ptr<OnboardingWindow> makeOnboardingWindow(AppState& state) override;
 
+    /// In front of the panel, when it is open.
+    void raiseOnboardingWindow();
+
   private:
     Views& m_views;
     const std::function<AppStateModel&(AppState&)> m_modelOf;
+    QPointer<QQuickWindow> m_onboardingWindow; // the latest
 };

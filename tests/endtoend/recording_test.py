@@ -28,14 +28,14 @@ class Usage(TestCase):
     def test_help_names_every_subcommand(self):
         result = run("--help")
         self.assertEqual((result.returncode, result.stderr), (0, ""))
-        for word in ["murmelo record", "murmelo transcribe", "murmelo recover", "murmelo mics", "--json", "--seconds", "--folder"]:
+        for word in ["murmelo record", "murmelo transcribe", "murmelo recover", "murmelo mics", "murmelo toggle",
+                     "murmelo status", "--json", "--seconds", "--folder"]:
             self.assertIn(word, result.stdout)
 
     def test_version_is_one_line(self):
         self.assertRegex(run("--version").stdout, r"\Amurmelo \d+\.\d+\.\d+\n\Z")
 
     def test_wrong_usage_is_named_with_status_2(self):
-        self.assert_usage("What shall Murmelo do?")
         self.assert_usage("Murmelo does not know “sing”.", "sing")
         self.assert_usage("“--loud” is no option of “record”.", "record", "--loud")
         self.assert_usage("The option “--seconds” needs a value.", "record", "--seconds")
@@ -46,6 +46,9 @@ class Usage(TestCase):
         for number in ["0", "-1", "x", "1x", "nan", "inf", "1e99", ""]:
             self.assert_usage("“--seconds” takes a number above 0.", "record", f"--seconds={number}")
         self.assert_usage("“--folder” takes the name of a folder.", "record", "--folder=")
+
+    def test_without_a_desktop_it_says_so_instead_of_running_unseen(self):
+        self.assert_failed(run(), "There is no desktop here to appear on. “murmelo record” records on the terminal.")
 
     def test_closed_standard_output_is_a_failure(self):
         for arguments in (["--help"], ["mics"]):

@@ -50,8 +50,16 @@ def files_below(root):
     return sorted(f.relative_to(root).as_posix() for f in root.rglob("*") if not f.is_dir())
 
 
+def key_of_text(text, key):
+    return re.search(rf"^{key}=(.*)$", text, re.MULTILINE).group(1)
+
+
 def key_of(file, key):
-    return re.search(rf"^{key}=(.*)$", file.read_text(), re.MULTILINE).group(1)
+    return key_of_text(file.read_text(), key)
+
+
+def key_of_group(file, group, key):
+    return key_of_text(file.read_text().split(f"[{group}]\n")[1], key)
 
 
 class InstalledTree(unittest.TestCase):
@@ -110,6 +118,20 @@ class InstalledTree(unittest.TestCase):
                      "fish/vendor_completions.d/murmelo.fish"):
             text = (self.root / "share" / file).read_text().replace("\\-", "-")
             self.assertEqual([word for word in sorted(words) if word not in text], [], file)
+
+    def test_manual_and_completions_offer_no_other_subcommands(self):
+        usage = checked(self.root / "bin/murmelo", "--help")
+        known = set(re.findall(r"^  murmelo (\w+)", usage, re.MULTILINE))
+        offered = set(re.findall(r"^\.B murmelo (\w+)$", (self.root / "share/man/man1/murmelo.1").read_text(), re.MULTILINE))
+        self.assertEqual(offered, known)
+        self.assertEqual({word for word in self.completed("") if not word.startswith("-")}, known)
+
+    def test_the_desktop_action_is_one_that_the_program_knows(self):
+        program, *words = key_of_group(self.root / f"share/applications/{NAME}.desktop", "Desktop Action toggle-recording",
+                                       "Exec").split()
+        without_bus = {"PATH": "/usr/bin:/bin", "HOME": self.folder.name, "DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}
+        done = run(program, *words, env=without_bus)
+        self.assertEqual((done.returncode, done.stderr), (1, "Murmelo is not running on this desktop.\n"))
 
     def completed(self, *words):
         script = ('source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _murmelo; '

@@ -67,6 +67,21 @@ TEST_F(QuickWindowingTest, ShownAgainItKnowsWhatHasBeenGrantedMeanwhile) {
     EXPECT_TRUE(m_model->micGranted());
 }
 
+TEST_F(QuickWindowingTest, ItComesInFrontOfThePanelAsLongAsItIsOpen) {
+    m_windows.raiseOnboardingWindow(); // there is none yet
+    const auto window = make();
+    window->makeKeyAndOrderFront();
+    QWindow panel;
+    panel.show();
+    panel.requestActivate();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&panel));
+    m_windows.raiseOnboardingWindow();
+    EXPECT_TRUE(QTest::qWaitForWindowActive(windows()[0]));
+    windows()[0]->close();
+    m_windows.raiseOnboardingWindow();
+    EXPECT_FALSE(windows()[0]->isVisible());
+}
+
 TEST_F(QuickWindowingTest, DestroyedTheWindowIsOutOfSightAtOnceAndGoneInTheNextTurn) {
     auto window = make();
     window->makeKeyAndOrderFront();

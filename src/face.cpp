@@ -1,0 +1,67 @@
+#include "face.h"
+
+#include "backends.h"
+
+#include <QGuiApplication>
+#include <QIcon>
+
+Face::Face(const QDBusConnection& sessionBus, Workspace& workspace, const TimedQueue& clock)
+    : m_workspace(workspace), m_clock(clock), m_sessionBus(sessionBus), m_appearance(sessionBus),
+      m_windowing(m_views, [this](AppState& state) -> AppStateModel& { return modelOf(state); }) {
+    QGuiApplication::setWindowIcon(QIcon(iconThemePath(executableFolder()) +
+                                         QStringLiteral("/hicolor/scalable/apps/org.murmelo.Murmelo.svg")));
+}
+
+/// The state may show the onboarding window while it is being made, before anyone else knows it.
+AppStateModel& Face::modelOf(AppState& state) {
+    if (!m_model) {
+        m_model = std::make_unique<AppStateModel>(state, m_workspace);
+        QObject::connect(m_model.get(), &AppStateModel::quitRequested, &m_context, &QGuiApplication::quit);
+    }
+    return *m_model;
+}
+
+void Face::show(AppState& state) {
+    m_tray = std::make_unique<TrayIcon>(m_sessionBus, iconThemePath(executableFolder()));
+    m_panel = std::make_unique<PanelWindow>(*m_views.makePanel(modelOf(state)), m_clock);
+    colourPanel();
+    QObject::connect(&m_appearance, &Appearance::changed, &m_context, [this] { colourPanel(); });
+    connectTray(state);
+}
+
+void Face::connectTray(AppState& state) {
+    const auto on = [this](auto signal, auto action) {
+        QObject::connect(m_tray.get(), signal, &m_context, action);
+    };
+    on(&TrayIcon::clicked, [this](const PanelAnchor& anchor) { m_panel->toggle(anchor); });
+    on(&TrayIcon::openChosen, [this] { openPanel(); });
+    on(&TrayIcon::toggleChosen, [&state] { state.toggleRecording(); });
+    on(&TrayIcon::quitChosen, [this] { m_model->quit(); });
+    on(&TrayIcon::hostChanged, [this] {
+        if (m_tray->host() != TrayIcon::Host::none) return;
+        openPanel(); // else nobody could reach us
+        m_windowing.raiseOnboardingWindow();
+    });
+    const auto showStatus = [this, &state] { m_tray->show(statusOf(state)); };
+    QObject::connect(m_model.get(), &AppStateModel::changed, &m_context, showStatus);
+    showStatus();
+}
+
+void Face::colourPanel() {
+    const QObject& theme = m_views.theme();
+    m_panel->setColours(theme.property("window").value<QColor>(), theme.property("border").value<QColor>());
+}
+
+void Face::openPanel() {
+    if (!m_panel) return;
+    if (m_tray->host() == TrayIcon::Host::none)
+        m_panel->openAsOrdinaryWindow();
+    else
+        m_panel->open(NoAnchor());
+}
+
+void Face::forgetState() {
+    m_tray.reset();
+    m_panel.reset();
+    m_model.reset();
+}

@@ -1,0 +1,221 @@
+#!/usr/bin/python3
+"""The whole program on a desktop, as a user without a mouse meets it. Inside a private session with bus and desktop."""
+
+import os
+import pathlib
+import re
+import shutil
+import signal
+import subprocess
+import tempfile
+import time
+from urllib.parse import unquote
+
+from accessible import Desktop
+from program import LIMIT, PROGRAM, SCRIPTS, TestCase, main, run, wait_for
+
+FIRST_RUN = "Set up Murmelo"
+PANEL = "Murmelo"
+SAID = "When does the meeting begin tomorrow?"
+PLAYED = "The meeting will begin at nine in the morning."
+
+
+class DesktopTest(TestCase):
+    def setUp(self):
+        super().setUp()
+        self.home, self.config, self.opened = self.work / "home", self.work / "config", self.work / "opened"
+        for folder in (self.home, self.config / "murmelo"):
+            folder.mkdir(parents=True)
+        # What opens files on this desktop only notes them. Qt knows no openers in folders with a space.
+        programs = pathlib.Path(tempfile.mkdtemp())
+        self.addCleanup(shutil.rmtree, programs)
+        (programs / "xdg-open").write_text(f'#!/bin/sh\nprintf "%s\\n" "$1" >> "{self.opened}"\n')
+        (programs / "xdg-open").chmod(0o755)
+        self.env = {**os.environ, "HOME": str(self.home), "XDG_CONFIG_HOME": str(self.config),
+                    "PATH": f"{programs}:{os.environ['PATH']}", "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}
+        self.desktop = Desktop()
+
+    def settings(self, *lines):
+        (self.config / "murmelo" / "murmelo.conf").write_text("\n".join(["[General]", *lines]) + "\n")
+
+    def stored(self):
+        return (self.config / "murmelo" / "murmelo.conf").read_text()
+
+    def launch(self):
+        self.log = self.work / "log"
+        with self.log.open("w") as log:
+            program = subprocess.Popen([PROGRAM], env=self.env, stdin=subprocess.DEVNULL, stdout=log, stderr=log)
+        self.addCleanup(self.end, program)
+        return program
+
+    def end(self, program):
+        if program.poll() is None:
+            program.kill()
+        program.wait()
+
+    def spoken(self, text, voice):
+        sound = self.work / f"{voice}.wav"
+        subprocess.run(["flite", "-voice", voice, "-t", text, "-o", sound], check=True)
+        return sound
+
+    def play_for_good(self, *command):
+        process = subprocess.Popen(["sh", "-c", 'while "$@"; do :; done', "sh", *command], start_new_session=True)
+        self.addCleanup(process.wait)
+        self.addCleanup(os.killpg, process.pid, signal.SIGKILL)
+        return process
+
+    def recordings(self):
+        return sorted(self.home.glob("Murmelo/recording-*"))
+
+    def level(self, meter):
+        found = re.match(r"(\d+) %", self.desktop.description("progress bar", meter))
+        return int(found[1]) if found else 0
+
+    def add_microphone(self, name, description):
+        module = subprocess.run(["pactl", "load-module", "module-null-sink", "media.class=Audio/Source/Virtual",
+                                 f"sink_name={name}", "channel_map=mono",
+                                 f"sink_properties=node.description='{description}'"],
+                                check=True, capture_output=True, text=True).stdout.strip()
+        self.addCleanup(subprocess.run, ["pactl", "unload-module", module], check=False)
+
+
+class FirstRun(DesktopTest):
+    def test_from_the_first_start_to_the_transcript(self):
+        you, audio = self.spoken(SAID, "rms"), self.spoken(PLAYED, "slt")
+        self.add_microphone("second_microphone", "Second")
+        program = self.launch()
+
+        # The first-run window, in front of the panel: sound has no lock here, but has to be heard.
+        self.desktop.press("push button", "Grant", FIRST_RUN)
+        self.desktop.find("label", "Granted — capture verified.", FIRST_RUN)
+        self.desktop.press("push button", "Done", FIRST_RUN)
+        wait_for(lambda: not self.desktop.shows("push button", "Done"), "the end of the first-run window")
+        self.assertIn("onboarded=true", self.stored())
+
+        # The panel, which opens by itself where there is no tray. Its meters move by themselves, too.
+        self.assertEqual(self.desktop.description("combo box", "Microphone"), "Virtual Microphone")
+        self.play_for_good("pw-play", audio)
+        speaking = self.play_for_good(SCRIPTS / "private-session", "speak", you)
+        wait_for(lambda: self.level("Microphone level") > 0, "the movement of the microphone's meter")
+        wait_for(lambda: self.level("System audio level") > 0, "the movement of the system's meter")
+        os.killpg(speaking.pid, signal.SIGKILL)
+
+        # Another microphone, which nobody speaks into, and back.
+        for name, identifier in (("Second", "second_microphone"), ("Virtual Microphone", "virtual_microphone")):
+            self.desktop.press("combo box", "Microphone", PANEL)
+            self.desktop.press("list item", name)
+            wait_for(lambda: self.desktop.description("combo box", "Microphone") == name, f"the choice of {name}")
+            wait_for(lambda: f"micID={identifier}" in self.stored(), f"the storing of {name}")
+
+        self.desktop.press("check box", "Transcript", PANEL)
+        self.desktop.press("push button", "Start Recording", PANEL)
+        wait_for(lambda: self.desktop.shows("push button", "Stop"), "the recording")
+        self.play_for_good(SCRIPTS / "private-session", "speak", you)
+        for elapsed in ("00:02", "00:04", "00:06"):
+            wait_for(lambda: self.desktop.description("push button", "Stop") == elapsed, elapsed)
+        self.desktop.press("push button", "Stop", PANEL)
+        self.desktop.find("push button", "Start Recording", PANEL)
+
+        self.desktop.press("push button", "Transcript", PANEL)
+        wait_for(self.opened.exists, "the opening of the transcript")
+        folder, = self.recordings()
+        self.assertEqual(unquote(self.opened.read_text().strip()), f"file://{folder}/transcript.txt")
+        self.assert_whole(folder)
+        text = (folder / "transcript.txt").read_text()
+        self.assertRegex(text, r"(?m)^\[00:0\d\] You: .*meeting begin")
+        self.assertRegex(text, r"(?m)^\[00:0\d\] Audio: .*nine in the morning")
+
+        self.desktop.press("push button", "Quit", PANEL)
+        self.assertEqual(program.wait(timeout=LIMIT), 0)
+        self.assert_nothing_left()
+
+
+class RunningProgram(DesktopTest):
+    def setUp(self):
+        super().setUp()
+        self.settings("onboarded=true")
+        self.program = self.launch()
+        self.desktop.find("push button", "Start Recording", PANEL)
+
+    def press_key(self, key):
+        """Where the keyboard is: the window that was opened last has it."""
+        wait_for(lambda: self.active_window() == PANEL, "the panel's getting the keyboard")
+        subprocess.run(["xdotool", "key", key], check=True)
+
+    def active_window(self):
+        return subprocess.run(["xdotool", "getactivewindow", "getwindowname"], capture_output=True, text=True,
+                              check=False).stdout.strip()
+
+    def status(self):
+        return run("status", env=self.env).stdout.splitlines()
+
+    def test_a_key_can_be_bound_to_its_recording(self):
+        self.assertEqual(self.status()[0], "Not recording")
+        self.assertEqual(run("toggle", env=self.env).returncode, 0)
+        wait_for(lambda: self.status()[0].startswith("Recording: 00:0"), "the recording")
+        time.sleep(1)  # of sound
+        self.assertEqual(run("toggle", env=self.env).returncode, 0)
+        wait_for(lambda: self.status()[0] == "Not recording", "the end of the recording")
+        folder, = self.recordings()
+        self.assertEqual(self.status()[2], f"Last recording: {folder}")
+        self.assert_whole(folder)
+
+    def test_a_second_start_shows_the_first_one(self):
+        self.press_key("Escape")
+        wait_for(lambda: not self.desktop.shows("push button", "Start Recording"), "the closing of the panel")
+        second = run(env=self.env)
+        self.assertEqual((second.returncode, second.stdout), (0, ""))
+        self.desktop.find("push button", "Start Recording", PANEL)
+        self.assertIsNone(self.program.poll())
+
+    def test_escape_closes_the_panel_and_ctrl_q_quits(self):
+        self.press_key("Escape")
+        wait_for(lambda: not self.desktop.shows("push button", "Start Recording"), "the closing of the panel")
+        run(env=self.env)
+        self.desktop.find("push button", "Start Recording", PANEL)
+        self.press_key("ctrl+q")
+        self.assertEqual(self.program.wait(timeout=LIMIT), 0)
+
+    def test_a_lost_session_bus_does_not_touch_the_recording(self):
+        bus = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address=1"], text=True,
+                               stdout=subprocess.PIPE, stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.addCleanup(bus.stdout.close)
+        self.addCleanup(bus.wait)
+        self.addCleanup(bus.kill)
+        self.env["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().strip()
+        program = self.launch()
+        wait_for(lambda: self.status()[1:] != [], "the start of the program")
+        self.assertEqual(run("toggle", env=self.env).returncode, 0)
+        wait_for(lambda: self.recordings(), "the recording")
+        time.sleep(1.5)  # of sound
+        bus.kill()
+        time.sleep(1)  # of sound without a bus
+        program.send_signal(signal.SIGTERM)
+        self.assertEqual(program.wait(timeout=LIMIT), 0)
+        self.assert_whole(self.recordings()[0])
+
+
+class LostScreen(DesktopTest):
+    def test_the_files_are_closed(self):
+        self.settings("onboarded=true")
+        reading, writing = os.pipe()
+        screen = subprocess.Popen(["Xvfb", "-displayfd", str(writing), "-nolisten", "tcp"], pass_fds=(writing,),
+                                  stderr=subprocess.DEVNULL)
+        self.addCleanup(screen.wait)
+        self.addCleanup(screen.kill)
+        os.close(writing)
+        with os.fdopen(reading) as number:
+            self.env["DISPLAY"] = f":{number.readline().strip()}"
+        program = self.launch()
+        wait_for(lambda: len(run("status", env=self.env).stdout.splitlines()) > 1, "the start of the program")
+        self.assertEqual(run("toggle", env=self.env).returncode, 0)
+        wait_for(lambda: self.recordings(), "the recording")
+        time.sleep(2)  # of sound
+        screen.kill()
+        self.assertNotEqual(program.wait(timeout=LIMIT), 0)
+        self.assert_whole(self.recordings()[0])
+        self.assert_nothing_left()
+
+
+if __name__ == "__main__":
+    main()
