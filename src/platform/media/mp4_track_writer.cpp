@@ -10,8 +10,10 @@
 
 namespace {
 
-constexpr std::size_t packetsPerFragment = 47; // 1.003 s at 48 kHz
-constexpr std::size_t mostWaitingPackets = 60 * packetsPerFragment;
+constexpr std::size_t packetsPerFragment = 23; // 0.491 s at 48 kHz, the most that a killed program loses
+constexpr std::uint64_t fragmentsPerMinute = 122;
+constexpr std::size_t mostWaitingPackets = fragmentsPerMinute * packetsPerFragment;
+constexpr int fragmentsPerSync = 2; // a disk is slower than a file system
 static_assert(mostWaitingPackets <= mostPacketsInFragment);
 // ISO/IEC 14496-3 allows 768 bytes for a packet of one channel; ours take 341 for both.
 constexpr std::uint64_t largestFragment = fragmentHeadSize(packetsPerFragment) + packetsPerFragment * 2 * 768;
@@ -43,7 +45,7 @@ void Mp4TrackWriter::keepRoom() {
     const std::uint64_t needed = largestFragment + m_track.largestIndex(packetsPerFragment);
     if (m_roomEnd >= end + needed) return;
     const std::uint64_t minute = 60 * static_cast<std::uint64_t>(m_track.stream().bitRate) / 8 +
-                                 60 * fragmentHeadSize(packetsPerFragment);
+                                 fragmentsPerMinute * fragmentHeadSize(packetsPerFragment);
     const std::uint64_t wanted = needed + minute;
     if (m_file->reserve(end, wanted))
         m_roomEnd = end + wanted;
@@ -70,8 +72,10 @@ void Mp4TrackWriter::append(const AacPacket& packet) {
     if (m_waitingSizes.size() % packetsPerFragment != 0) return;
     orFail([this] {
         if (!cutFragment()) return;
-        m_disk.sync(m_file);
         keepRoom();
+        if (++m_unsyncedFragments < fragmentsPerSync) return;
+        m_unsyncedFragments = 0;
+        m_disk.sync(m_file);
     });
 }
 
@@ -96,7 +100,7 @@ bool Mp4TrackWriter::cutFragment() {
         if (isFull(error.code()) || m_waitingSizes.size() >= mostWaitingPackets) throw;
         if (m_waitingSizes.size() == packetsPerFragment)
             DebugLog::log("[rec] writing " + m_file->path().filename().string() +
-                          " failed, trying again every second: " + error.printed());
+                          " failed, trying again twice a second: " + error.printed());
         m_roomEnd = 0; // goes with what is cut off
         m_file->tryTruncate(m_track.end());
         return false;

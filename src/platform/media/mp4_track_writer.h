@@ -15,10 +15,10 @@
 
 /// A new MPEG-4 file with one AAC track that survives the end of its program at any moment.
 ///
-/// While it grows it is a fragmented file (ISO/IEC 14496-12, 8.8): a fragment a second, each brought to the
-/// disk by the sync thread. Closed, it is an ordinary file with one index, without a byte of sound having
-/// moved. Room for the index is kept all the time, so that a full disk does not keep the file from being
-/// closed. What a crash leaves can be read as it is, and Mp4Recovery closes it.
+/// While it grows it is a fragmented file (ISO/IEC 14496-12, 8.8): two fragments a second, brought to the
+/// disk every second by the sync thread. Closed, it is an ordinary file with one index, without a byte of
+/// sound having moved. Room for the index is kept all the time, so that a full disk does not keep the file
+/// from being closed. What a crash leaves can be read as it is, and Mp4Recovery closes it.
 ///
 /// An edit list leaves out the encoder's padding: what plays begins with the first true sample, and once
 /// closed has exactly the length of the packets' durations. Used by one thread at a time.
@@ -34,11 +34,11 @@ class Mp4TrackWriter {
     Mp4TrackWriter(const Mp4TrackWriter&) = delete;
     Mp4TrackWriter& operator=(const Mp4TrackWriter&) = delete;
 
-    /// In the order of their pts, without gaps. A disk that fails for the moment is asked again every second;
-    /// up to a minute is held in memory. Throws Error when nothing more can be stored (see isFull) or will
-    /// be; then call finish and nothing else.
+    /// In the order of their pts, without gaps. A disk that fails for the moment is asked again twice a
+    /// second; up to a minute is held in memory. Throws Error when nothing more can be stored (see isFull) or
+    /// will be; then call finish and nothing else.
     void append(const AacPacket& packet);
-    /// Puts the open second into the file and asks the disk for all of it. The answer is true once it is
+    /// Puts the open fragment into the file and asks the disk for all of it. The answer is true once it is
     /// there. Throws Error as append does.
     std::future<bool> bringToDisk();
     /// Closes the file with what came in, or after an Error with what could be stored. Never waits for the
@@ -61,7 +61,8 @@ class Mp4TrackWriter {
 
     SyncThread& m_disk;
     Mp4Track m_track;
-    std::shared_ptr<OutputFile> m_file;  // null once finished
+    std::shared_ptr<OutputFile> m_file; // null once finished
+    int m_unsyncedFragments = 0;
     std::uint64_t m_roomEnd = 0;         // up to where the file system keeps room for us
     std::int64_t m_frames = 0;           // that came in, in whole
     std::vector<std::uint8_t> m_waiting; // packets of the next fragment, one after the other

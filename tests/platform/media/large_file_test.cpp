@@ -28,7 +28,7 @@ class SparseCalls : public UnsyncedCalls {
 TEST_F(MediaTest, FileAboveFourGibibytesIsClosedAndMendedLikeAnyOther) {
     const auto file = folder / "voice.m4a";
     SparseCalls calls;
-    constexpr std::int64_t packets = 70500; // of the largest size
+    constexpr std::int64_t packets = 3070 * packetsInFragment; // of the largest size
     constexpr std::int64_t frames = (packets - 1) * 1024;
     {
         SyncThread disk([](const std::filesystem::path&, const Error&) {});

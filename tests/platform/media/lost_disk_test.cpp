@@ -9,8 +9,6 @@
 #include "support/stalling_calls.h"
 
 #include <cerrno>
-#include <condition_variable>
-#include <mutex>
 #include <string>
 
 namespace {
@@ -38,8 +36,6 @@ class LostDiskTest : public MediaTest {
         }
     }
 
-    static std::int64_t framesOf(std::int64_t fragments) { return fragments * 47 * 1024 - 1024; }
-
     State recover() { return Mp4Recovery().recoverFile(file, RecordingRecovery::Mode::mend).state; }
 
     const std::filesystem::path file = folder / "voice.m4a";
@@ -57,10 +53,10 @@ TEST_F(LostDiskTest, QuotaThatIsUsedUpClosesTheFile) {
     EXPECT_FALSE(write(*writer, 1));
     writer.reset();
     EXPECT_EQ(log.messages(),
-              Texts{"[rec] voice.m4a ends at 00:01: Error Domain=posix Code=122 \"Disk quota exceeded\""});
-    EXPECT_EQ(notices.told(), Texts{"Your share of the disk is used up. The recording ends at 00:01, and "
+              Texts{"[rec] voice.m4a ends at 00:02: Error Domain=posix Code=122 \"Disk quota exceeded\""});
+    EXPECT_EQ(notices.told(), Texts{"Your share of the disk is used up. The recording ends at 00:02, and "
                                     "everything up to there is saved."});
-    EXPECT_EQ(Mp4FileInfo().open(file).frames, framesOf(2));
+    EXPECT_EQ(Mp4FileInfo().open(file).frames, framesOfFragments(6));
     EXPECT_EQ(recover(), State::whole);
 }
 
@@ -73,13 +69,13 @@ TEST_F(LostDiskTest, DiskThatBecomesReadOnlyEndsTheFileWhenAMinuteWaits) {
     writer.reset();
     EXPECT_EQ(
         log.messages(),
-        (Texts{"[rec] writing voice.m4a failed, trying again every second: Error Domain=posix Code=30 "
+        (Texts{"[rec] writing voice.m4a failed, trying again twice a second: Error Domain=posix Code=30 "
                "\"Read-only file system\"",
-               "[rec] voice.m4a ends at 00:01: Error Domain=posix Code=30 \"Read-only file system\"",
+               "[rec] voice.m4a ends at 00:02: Error Domain=posix Code=30 \"Read-only file system\"",
                "[rec] closing voice.m4a failed: Error Domain=posix Code=30 \"Read-only file system\""}));
     EXPECT_EQ(notices.told(), Texts{"The disk does not take the recording (Read-only file system). The "
-                                    "recording ends at 00:01, and everything up to there is saved."});
-    EXPECT_EQ(Mp4FileInfo().open(file).frames, framesOf(2));
+                                    "recording ends at 00:02, and everything up to there is saved."});
+    EXPECT_EQ(Mp4FileInfo().open(file).frames, framesOfFragments(6));
     EXPECT_EQ(recover(), State::mended);
 }
 
@@ -152,29 +148,8 @@ TEST_F(LostDiskTest, EndOfTheRecordingIsToldThoughTheUserWasWarnedBefore) {
     EXPECT_FALSE(write(*writer, 1));
     EXPECT_EQ(notices.told(),
               (Texts{"The disk does not confirm what is recorded: Input/output error.",
-                     "The disk is full. The recording ends at 00:01, and everything up to there is saved."}));
+                     "The disk is full. The recording ends at 00:02, and everything up to there is saved."}));
 }
-
-/// Tells when data has reached the disk.
-class WatchedSyncs : public FileCalls {
-  public:
-    int fdatasync(int file) override {
-        const int result = FileCalls::fdatasync(file);
-        const std::lock_guard lock(m_mutex);
-        ++m_done;
-        m_changed.notify_all();
-        return result;
-    }
-    void waitFor(int syncs) {
-        std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [&] { return m_done >= syncs; });
-    }
-
-  private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    int m_done = 0;
-};
 
 /// The same with a disk that the kernel itself gives up.
 class RealLostDiskTest : public LostDiskTest {
@@ -183,19 +158,18 @@ class RealLostDiskTest : public LostDiskTest {
         if (!disk.mounted()) GTEST_SKIP() << "only root may mount a file system";
     }
 
-    /// Two fragments, both on the disk.
+    /// Three seconds, all on the disk.
     std::unique_ptr<AudioFileWriter> begin() {
-        auto writer = create(voice, calls);
-        EXPECT_TRUE(write(*writer, 2));
-        calls.waitFor(1);
-        EXPECT_TRUE(write(*writer, 1));
-        calls.waitFor(2);
+        auto writer = create(voice, systemFileCalls());
+        EXPECT_TRUE(write(*writer, 3));
+        EXPECT_TRUE(writer->bringToDisk().get());
+        m_stored = Mp4FileInfo().open(voice).frames;
         return writer;
     }
 
     LoopDisk disk{folder / "disk.image", folder / "disk"};
-    WatchedSyncs calls;
     const std::filesystem::path voice = disk / "voice.m4a";
+    std::int64_t m_stored = 0; // samples
 };
 
 TEST_F(RealLostDiskTest, DiskThatTheKernelMakesReadOnlyKeepsWhatWasStored) {
@@ -205,11 +179,11 @@ TEST_F(RealLostDiskTest, DiskThatTheKernelMakesReadOnlyKeepsWhatWasStored) {
     writer.reset();
     EXPECT_EQ(notices.told().back(),
               "The disk does not take the recording (Read-only file system). The recording "
-              "ends at 00:01, and everything up to there is saved.");
-    EXPECT_EQ(Mp4FileInfo().open(voice).frames, framesOf(2));
+              "ends at 00:02, and everything up to there is saved.");
+    EXPECT_EQ(Mp4FileInfo().open(voice).frames, m_stored);
     ASSERT_TRUE(disk.mountAgain());
     EXPECT_EQ(Mp4Recovery().recoverFile(voice, RecordingRecovery::Mode::mend).state, State::mended);
-    EXPECT_EQ(Mp4FileInfo().open(voice).frames, framesOf(2));
+    EXPECT_EQ(Mp4FileInfo().open(voice).frames, m_stored);
 }
 
 TEST_F(RealLostDiskTest, DiskThatIsPulledOutKeepsWhatWasStored) {
@@ -219,10 +193,10 @@ TEST_F(RealLostDiskTest, DiskThatIsPulledOutKeepsWhatWasStored) {
     writer.reset();
     EXPECT_EQ(notices.told().back(),
               "The disk does not take the recording (Input/output error). The recording ends "
-              "at 00:01, and everything up to there is saved.");
+              "at 00:02, and everything up to there is saved.");
     ASSERT_TRUE(disk.mountAgain());
     EXPECT_EQ(Mp4Recovery().recoverFile(voice, RecordingRecovery::Mode::mend).state, State::mended);
-    EXPECT_EQ(Mp4FileInfo().open(voice).frames, framesOf(2));
+    EXPECT_EQ(Mp4FileInfo().open(voice).frames, m_stored);
 }
 
 } // namespace

@@ -8,12 +8,20 @@
 #include "support/temporary_folder.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <memory>
 #include <span>
 #include <string>
 #include <vector>
+
+inline constexpr std::int64_t packetsInFragment = 23; ///< that the writer makes, about half a second
+
+/// How many samples count in an open file with so many fragments: those of the encoder's padding do not.
+constexpr std::int64_t framesOfFragments(std::int64_t fragments) {
+    return fragments * packetsInFragment * 1024 - 1024;
+}
 
 /// Writes audio files into a temporary folder; log lines stay with the test.
 class MediaTest : public testing::Test {

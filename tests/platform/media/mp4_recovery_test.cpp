@@ -15,10 +15,10 @@ namespace {
 using State = RecoveredFile::State;
 using Mode = RecordingRecovery::Mode;
 
-constexpr double second = 47 * 1024 / 48000.0; ///< what a fragment holds
+constexpr double fragmentSeconds = packetsInFragment * 1024 / 48000.0; ///< what a fragment holds
 
-/// Recordings of 2.5 s, hence of two fragments of a second and a last one, in every state that a crash can
-/// leave.
+/// Recordings of 1.25 s, hence of two fragments of half a second and a last one, in every state that a crash
+/// can leave.
 class Mp4RecoveryTest : public MediaTest {
   protected:
     Mp4RecoveryTest() {
@@ -26,7 +26,7 @@ class Mp4RecoveryTest : public MediaTest {
         const auto writer = factory.create(folder / "whole.m4a", {});
         stepsUntilBegun = journal.steps();
         // Every byte of the file is looked at, and a packet of silence takes few.
-        for (int i = 0; i < 250; ++i) writer->write(quiet, quiet);
+        for (int i = 0; i < 125; ++i) writer->write(quiet, quiet);
         stepsUntilClosing = journal.steps();
     }
 
@@ -67,7 +67,7 @@ TEST_F(Mp4RecoveryTest, ClosedFileIsWholeAndNotTouched) {
     EXPECT_EQ(content, contentOf(folder / "whole.m4a"));
     const RecoveredFile result = recovered(content);
     EXPECT_EQ(result.state, State::whole);
-    EXPECT_EQ(result.seconds, 2.5);
+    EXPECT_EQ(result.seconds, 1.25);
     EXPECT_EQ(contentOf(damaged), content);
 }
 
@@ -78,7 +78,9 @@ TEST_F(Mp4RecoveryTest, FileCutAtAnyByteWhileRecordingKeepsItsWholeFragments) {
     for (std::size_t size = head; size <= recording.size(); ++size) {
         const RecoveredFile result = recovered(recording.substr(0, size));
         ASSERT_EQ(result.state, State::mended) << size;
-        const double kept = size < first ? 0 : size < recording.size() ? second : 2 * second;
+        const double kept = size < first              ? 0
+                            : size < recording.size() ? fragmentSeconds
+                                                      : 2 * fragmentSeconds;
         ASSERT_EQ(frames(result), std::max<std::int64_t>(std::llround(kept * 48000) - 1024, 0)) << size;
     }
 }
@@ -87,22 +89,22 @@ TEST_F(Mp4RecoveryTest, FileCutAtAnyByteOfItsSoundCanAlsoBeReadAsItIs) {
     std::string recording = journal.content(stepsUntilBegun);
     for (std::size_t step = stepsUntilBegun; step < stepsUntilClosing; ++step) {
         const std::int64_t before = Mp4FileInfo().open(written(recording)).frames;
-        EXPECT_EQ(before, step == stepsUntilBegun ? 0 : 47 * 1024 - 1024);
-        for (std::size_t bytes = fragmentHeadSize(47); bytes <= journal.bytesOf(step); ++bytes)
+        EXPECT_EQ(before, step == stepsUntilBegun ? 0 : framesOfFragments(1));
+        for (std::size_t bytes = fragmentHeadSize(packetsInFragment); bytes <= journal.bytesOf(step); ++bytes)
             ASSERT_GE(Mp4FileInfo().open(written(journal.content(step, bytes))).frames, before) << bytes;
         recording = journal.content(step + 1);
     }
 }
 
-TEST_F(Mp4RecoveryTest, ClosingTornAtAnyByteOfAnyWriteLosesAtMostTheLastSecond) {
+TEST_F(Mp4RecoveryTest, ClosingTornAtAnyByteOfAnyWriteLosesAtMostTheLastFragment) {
     for (std::size_t step = stepsUntilClosing; step < journal.steps(); ++step) {
         for (std::size_t bytes = 0; bytes <= journal.bytesOf(step); ++bytes) {
             const RecoveredFile result = recovered(journal.content(step, bytes));
             ASSERT_TRUE(result.state == State::mended || result.state == State::whole)
                 << step << " " << bytes;
-            ASSERT_GE(frames(result), 2 * 47 * 1024 - 1024) << step << " " << bytes;
+            ASSERT_GE(frames(result), framesOfFragments(2)) << step << " " << bytes;
             // Before the index is there, the last packet counts in whole.
-            ASSERT_LE(frames(result), 120000 + 1023) << step << " " << bytes;
+            ASSERT_LE(frames(result), 60000 + 1023) << step << " " << bytes;
         }
     }
 }
@@ -111,13 +113,13 @@ TEST_F(Mp4RecoveryTest, IndexTornAtAnyByteLeavesAFileThatCanBeReadAsItIs) {
     // The last step is left out: its 16 bytes are within one sector, there it is before or after.
     for (std::size_t step = stepsUntilClosing + 1; step + 1 < journal.steps(); ++step)
         for (std::size_t bytes = 0; bytes <= journal.bytesOf(step); ++bytes)
-            ASSERT_GT(Mp4FileInfo().open(written(journal.content(step, bytes))).frames, 120000) << bytes;
+            ASSERT_GT(Mp4FileInfo().open(written(journal.content(step, bytes))).frames, 60000) << bytes;
 }
 
 TEST_F(Mp4RecoveryTest, WholeIndexWithAnOpenHoleIsBelievedToTheSample) {
     const RecoveredFile result = recovered(journal.content(journal.steps() - 1));
     EXPECT_EQ(result.state, State::mended);
-    EXPECT_EQ(frames(result), 120000);
+    EXPECT_EQ(frames(result), 60000);
     EXPECT_EQ(contentOf(damaged), contentOf(folder / "whole.m4a"));
 }
 
@@ -127,8 +129,8 @@ TEST_F(Mp4RecoveryTest, ClosedHoleWithoutAWholeIndexIsMended) {
     for (std::size_t size = index; size < closed.size(); ++size) {
         const RecoveredFile cut = recovered(closed.substr(0, size));
         ASSERT_EQ(cut.state, State::mended) << size;
-        ASSERT_GT(cut.seconds, 2.5) << size; // the last packet is whole again
-        ASSERT_LT(cut.seconds, 2.53) << size;
+        ASSERT_GT(cut.seconds, 1.25) << size; // the last packet is whole again
+        ASSERT_LT(cut.seconds, 1.28) << size;
         std::string zeros = closed;
         std::fill(zeros.begin() + static_cast<std::ptrdiff_t>(size), zeros.end(), '\0');
         const RecoveredFile blank = recovered(zeros);
@@ -143,7 +145,7 @@ TEST_F(Mp4RecoveryTest, AnyRubbishBehindTheFragmentsIsCutOff) {
          {std::string(70000, '\0'), std::string(5000, '\xff'), fragment, recording, std::string("moov")}) {
         const RecoveredFile result = recovered(recording + rubbish);
         EXPECT_EQ(result.state, State::mended);
-        EXPECT_EQ(frames(result), 2 * 47 * 1024 - 1024);
+        EXPECT_EQ(frames(result), framesOfFragments(2));
     }
 }
 
@@ -152,14 +154,14 @@ TEST_F(Mp4RecoveryTest, OnlyLookingSaysTheSameAndChangesNothing) {
     writeFile(damaged, recording);
     const RecoveredFile result = recovery.recoverFile(damaged, Mode::onlyLook);
     EXPECT_EQ(result.state, State::mendable);
-    EXPECT_EQ(frames(result), 2 * 47 * 1024 - 1024);
+    EXPECT_EQ(frames(result), framesOfFragments(2));
     EXPECT_EQ(contentOf(damaged), recording);
     EXPECT_TRUE(log.messages().empty());
 }
 
 TEST_F(Mp4RecoveryTest, MendingIsALineOfTheLogAndLookingIsNot) {
     recovered(journal.content(stepsUntilClosing));
-    EXPECT_EQ(log.messages(), std::vector{"[rec] mended " + damaged.string() + ", 00:01"});
+    EXPECT_EQ(log.messages(), std::vector{"[rec] mended " + damaged.string() + ", 00:00"});
 }
 
 TEST_F(Mp4RecoveryTest, TimeOfModificationStays) {

@@ -61,7 +61,7 @@ TEST_F(WriteFaultsTest, AnyCallMayFailOnceOrForEverAndTheFileHoldsWhatWasStoredB
                         ASSERT_FALSE(std::filesystem::exists(file)) << what;
                     } else {
                         const std::int64_t stored =
-                            std::max<std::int64_t>(std::int64_t{calls.fragments()} * 47 * 1024 - 1024, 0);
+                            std::max<std::int64_t>(framesOfFragments(calls.fragments()), 0);
                         ASSERT_GE(Mp4FileInfo().open(file).frames,
                                   std::min<std::int64_t>(stored, 48000 * seconds))
                             << what;
@@ -77,7 +77,7 @@ TEST_F(WriteFaultsTest, AnyCallMayFailOnceOrForEverAndTheFileHoldsWhatWasStoredB
 TEST_F(WriteFaultsTest, AnyCallOfTheRecoveryMayFailAndItCanBeDoneAgain) {
     FileJournal journal;
     ASSERT_TRUE(record(journal));
-    const std::string content = journal.content(seconds); // head and the fragments before the last
+    const std::string content = journal.content(2 * seconds); // head and the fragments before the last
     for (const std::string call :
          {"open", "flock", "pread", "pwrite", "ftruncate", "fsync", "fstat", "futimens"})
         for (int after = 0;; ++after) {
@@ -89,7 +89,7 @@ TEST_F(WriteFaultsTest, AnyCallOfTheRecoveryMayFailAndItCanBeDoneAgain) {
                 << call << after;
             const RecoveredFile again = Mp4Recovery().recoverFile(file, RecordingRecovery::Mode::mend);
             ASSERT_TRUE(again.state == State::mended || again.state == State::whole) << call << after;
-            ASSERT_EQ(again.seconds, ((seconds - 1) * 47 * 1024 - 1024) / 48000.0) << call << after;
+            ASSERT_EQ(again.seconds, framesOfFragments(2 * seconds - 1) / 48000.0) << call << after;
             if (!calls.hasFailed()) break;
         }
 }
@@ -100,7 +100,7 @@ TEST_F(WriteFaultsTest, DiskThatFailsForAMomentCostsNothing) {
     ASSERT_TRUE(record(calls));
     EXPECT_EQ(Mp4FileInfo().open(file).frames, 48000 * seconds);
     EXPECT_EQ(log.messages(),
-              std::vector<std::string>{"[rec] writing voice.m4a failed, trying again every second: "
+              std::vector<std::string>{"[rec] writing voice.m4a failed, trying again twice a second: "
                                        "Error Domain=posix Code=5 \"Input/output error\""});
     EXPECT_TRUE(notices.told().empty());
 }
@@ -122,8 +122,8 @@ TEST_F(WriteFaultsTest, DiskThatFailsForAMinuteEndsTheFileAndTheUserIsTold) {
     EXPECT_LE(taken, 61);
     EXPECT_EQ(notices.told(),
               std::vector<std::string>{"The disk does not take the recording (Input/output error). The "
-                                       "recording ends at 00:01, and everything up to there is saved."});
-    EXPECT_EQ(Mp4FileInfo().open(file).frames, 2 * 47 * 1024 - 1024);
+                                       "recording ends at 00:02, and everything up to there is saved."});
+    EXPECT_EQ(Mp4FileInfo().open(file).frames, framesOfFragments(6));
 }
 
 TEST_F(WriteFaultsTest, DiskThatDoesNotConfirmIsToldOnceAndTheRecordingGoesOn) {
@@ -224,7 +224,7 @@ TEST_F(WriteFaultsTest, WhereNoRoomCanBeKeptTheFreeSpaceDecides) {
         calls.free = 1000000;
         EXPECT_THROW(writer->write(second, second), Error);
     }
-    EXPECT_EQ(Mp4FileInfo().open(file).frames, 47 * 1024 - 1024);
+    EXPECT_EQ(Mp4FileInfo().open(file).frames, framesOfFragments(2));
     EXPECT_EQ(notices.told().size(), 1U);
     calls.free = 1000000;
     std::filesystem::remove(file);
