@@ -7,8 +7,8 @@
 
 /// The one exception type that crosses a port.
 ///
-/// `domain` says whose `code` it is: "rec" and "transcriber" are ours, "posix" holds an errno, "ffmpeg" an
-/// AVERROR, "engine" a speech engine's failure. `description` is one sentence for the user.
+/// `domain` says whose `code` it is: "rec", "transcriber" and "models" are ours, "posix" holds an errno,
+/// "ffmpeg" an AVERROR, "engine" a speech engine's failure. `description` is one sentence for the user.
 class Error : public std::exception {
   public:
     Error(std::string domain, int code, std::string description)

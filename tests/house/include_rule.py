@@ -13,19 +13,23 @@ ROOMS = {
     "capture": (["base"], []),
     "transcription": (["base"], []),
     "app": (["base", "capture", "transcription"], []),
+    "models": (["base", "transcription"], ["nlohmann/"]),
     "ui": (["base", "app", "capture"], ["Q"]),
     "platform/posix": (["base"], []),
     "platform/pipewire": (["base", "capture"], ["pipewire/", "spa/"]),
     "platform/media": (["base", "capture", "transcription", "platform/posix"], ["libav", "libsw"]),
     "platform/desktop": (["base", "app", "capture", "platform/posix"], ["Q", "systemd/"]),
-    "platform/speech": (["base", "transcription", "platform/posix", "speech_worker/protocol.h"], ["nlohmann/"]),
+    "platform/models": (["base", "transcription", "models", "platform/posix"], ["archive", "curl/", "nettle/"]),
+    "platform/speech": (["base", "transcription", "models", "platform/posix", "speech_worker/protocol.h"],
+                        ["nlohmann/"]),
     "speech_worker": (["base", "platform/media"], ["nlohmann/", "pocketsphinx.h", "sphinxbase/"]),
-    "cli": (["base", "capture", "transcription", "app"], ["nlohmann/"]),
+    "cli": (["base", "capture", "transcription", "app", "models"], ["nlohmann/"]),
     # main.cpp with application and backends: the composition root
-    "": (["base", "capture", "transcription", "app", "ui", "cli", "platform/", "application.h", "backends.h"], ["Q"]),
+    "": (["base", "capture", "transcription", "app", "models", "ui", "cli", "platform/", "application.h", "backends.h"],
+         ["Q"]),
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
-THIRD_PARTY = re.compile(r"^(pipewire/|spa/|libav|libsw|nlohmann/|pocketsphinx|sphinxbase/|systemd/|Q[A-Z]|Qt)")
+THIRD_PARTY = re.compile(r"^(pipewire/|spa/|libav|libsw|nlohmann/|pocketsphinx|sphinxbase/|systemd/|archive|curl/|nettle/|Q[A-Z]|Qt)")
 
 
 def room_of(path: str) -> str:

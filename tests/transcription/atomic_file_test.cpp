@@ -1,14 +1,13 @@
 #include "transcription/atomic_file.h"
 
 #include "base/error.h"
+#include "support/file_size_limit.h"
 #include "support/temporary_folder.h"
 
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <gtest/gtest.h>
 #include <iterator>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -31,26 +30,6 @@ std::size_t entries(const std::filesystem::path& folder) {
     return static_cast<std::size_t>(
         std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator()));
 }
-
-/// Files grow to this size and no further: a disk that is full.
-class ScopedFileSizeLimit {
-  public:
-    explicit ScopedFileSizeLimit(rlim_t bytes) : m_previousHandler(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &m_previous);
-        const rlimit limit{bytes, m_previous.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~ScopedFileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &m_previous);
-        std::signal(SIGXFSZ, m_previousHandler);
-    }
-    ScopedFileSizeLimit(const ScopedFileSizeLimit&) = delete;
-    ScopedFileSizeLimit& operator=(const ScopedFileSizeLimit&) = delete;
-
-  private:
-    rlimit m_previous{};
-    void (*m_previousHandler)(int);
-};
 
 TEST(AtomicFile, WritesANewFileAndLeavesNothingElse) {
     const TemporaryFolder folder;
@@ -119,7 +98,7 @@ TEST(AtomicFile, FullDiskIsAnErrorAndTheEarlierFileStays) {
     const TemporaryFolder folder;
     writeFile(folder / "transcript.txt", "earlier");
     {
-        const ScopedFileSizeLimit tenBytes(10); // the first write is cut short, the second one fails
+        const FileSizeLimit tenBytes(10); // the first write is cut short, the second one fails
         EXPECT_EQ(failureOf(folder / "transcript.txt", "more than ten bytes"), EFBIG);
     }
     EXPECT_EQ(contentOf(folder / "transcript.txt"), "earlier");
