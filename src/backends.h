@@ -6,11 +6,14 @@
 #include "platform/desktop/logind_sleep_guard.h"
 #include "platform/media/aac_file_writer.h"
 #include "platform/media/mp4_file_info.h"
+#include "platform/models/folder_model_store.h"
 #include "platform/pipewire/connection.h"
 #include "platform/pipewire/pipewire_devices.h"
 #include "platform/pipewire/pipewire_mic_source.h"
 #include "platform/pipewire/pipewire_tone_player.h"
 #include "platform/pipewire/process_tap.h"
+#include "platform/speech/model_engine.h"
+#include "platform/speech/sherpa_worker.h"
 #include "platform/speech/worker_engine.h"
 #include "transcription/transcriber.h"
 
@@ -19,6 +22,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 
 /// The real backends, put together for whoever uses them: subcommands and the application.
 
@@ -56,10 +60,14 @@ struct Sound {
 
 /// Recognition of speech.
 struct Speech {
-    explicit Speech(SerialQueue& timers) : transcriber(engine, audioFiles, timers, &Locale::current) {}
+    explicit Speech(SerialQueue& timers, ModelEngine::DownloadListener onDownload = {})
+        : engine(models, sherpaWorker(executableFolder()), builtIn, std::move(onDownload)),
+          transcriber(engine, audioFiles, timers, &Locale::current) {}
 
-    WorkerEngine engine{workerProgram(executableFolder(), "murmelo-speech-pocketsphinx"),
-                        MURMELO_SPEECH_MODEL};
+    FolderModelStore models{catalogueFile(executableFolder()), modelsFolder()};
+    WorkerEngine builtIn{workerProgram(executableFolder(), "murmelo-speech-pocketsphinx"),
+                         MURMELO_SPEECH_MODEL};
+    ModelEngine engine;
     Mp4FileInfo audioFiles;
     Transcriber transcriber;
 };

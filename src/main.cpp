@@ -3,6 +3,7 @@
 #include "application.h"
 #include "backends.h"
 #include "cli/mics_command.h"
+#include "cli/model_installation_job.h"
 #include "cli/output.h"
 #include "cli/record_command.h"
 #include "cli/recover_command.h"
@@ -19,6 +20,7 @@
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <csignal>
+#include <optional>
 #include <string>
 
 namespace {
@@ -32,15 +34,18 @@ ExitStatus runSubcommand(const std::string& name, int argc, char** argv, Termina
         return name == "toggle" ? toggleCommand(argc, argv, running) : statusCommand(argc, argv, running);
     }
     ThreadQueue timers("timers");
-    if (name == "transcribe") {
-        Speech speech(timers);
-        return transcribeCommand(argc, argv, recovery, speech.transcriber, signals);
-    }
     StatusLine line;
+    const auto onDownload = [&line](const Model& model, const std::optional<InstallationProgress>& progress) {
+        line.show(progress ? installationText(model.id, *progress) : "");
+    };
+    if (name == "transcribe") {
+        Speech speech(timers, onDownload);
+        return transcribeCommand(argc, argv, recovery, speech.transcriber, signals, line);
+    }
     Sound sound(line);
     sound.connection.connect(); // the devices answer from what it has seen
     if (name == "mics") return micsCommand(argc, argv, sound.devices);
-    Speech speech(timers);
+    Speech speech(timers, onDownload);
     const std::unique_ptr<CaptureEngine> engine = sound.makeEngine(timers);
     return recordCommand(argc, argv, sound.devices, *engine, speech.transcriber, signals, line);
 }

@@ -7,7 +7,7 @@
 #include "cli/transcription_job.h"
 
 ExitStatus transcribeCommand(int argc, char** argv, RecordingRecovery& recovery, Transcriber& transcriber,
-                             TerminationSignals& signals) {
+                             TerminationSignals& signals, StatusLine& line) {
     const Arguments arguments(argc, argv, {{"json", Arguments::Value::none}});
     if (!arguments.fault().empty()) return reportUsage(arguments.fault());
     if (arguments.operands().size() != 1) return reportUsage("Which recording? Name its folder.");
@@ -17,7 +17,6 @@ ExitStatus transcribeCommand(int argc, char** argv, RecordingRecovery& recovery,
     if (!std::filesystem::is_directory(folder, ignored))
         return reportFailure("There is no folder “" + folder.string() + "”.");
     recovery.recover(folder, RecordingRecovery::Mode::mend); // what cannot be mended may still be readable
-    StatusLine line;
     try {
         const std::filesystem::path transcript = transcribeOnTerminal(transcriber, signals, line, folder);
         return printResult(arguments.has("json") ? jsonText({{"transcript", transcript.string()}}) + "\n"

@@ -31,6 +31,7 @@ INSTALLED = sorted([
     f"share/icons/hicolor/symbolic/apps/{NAME}-symbolic.svg",
     "share/man/man1/murmelo.1",
     f"share/metainfo/{NAME}.metainfo.xml",
+    "share/murmelo/models.json",
     "share/zsh/vendor-completions/_murmelo",
 ])
 

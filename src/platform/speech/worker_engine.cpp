@@ -2,7 +2,23 @@
 
 #include "platform/speech/worker_module.h"
 
+#include <unistd.h>
 #include <utility>
+
+namespace {
+
+/// What the built-in recogniser lacks, as a sentence that names the Debian package which brings it.
+std::string missingPart(const std::filesystem::path& worker, const std::filesystem::path& modelFolder) {
+    if (::access(worker.c_str(), X_OK) != 0)
+        return "The speech worker " + worker.string() + " is missing: install the package murmelo again.";
+    for (const char* part : {"en-us/mdef", "en-us.lm.bin", "cmudict-en-us.dict"})
+        if (::access((modelFolder / part).c_str(), R_OK) != 0)
+            return "The speech model " + (modelFolder / part).string() +
+                   " is missing: install the package pocketsphinx-en-us.";
+    return {};
+}
+
+} // namespace
 
 std::filesystem::path workerProgram(const std::filesystem::path& executableFolder, std::string_view name) {
     std::error_code ignored;
@@ -20,5 +36,8 @@ std::vector<Locale> WorkerEngine::supportedLocales() {
 }
 
 std::unique_ptr<SpeechModule> WorkerEngine::module(const Locale& locale) {
-    return std::make_unique<WorkerModule>(m_worker, m_modelFolder, locale);
+    return std::make_unique<WorkerModule>(
+        SpeechWorker{m_worker,
+                     {"--model", m_modelFolder, "--locale", locale.identifier()},
+                     [worker = m_worker, model = m_modelFolder] { return missingPart(worker, model); }});
 }

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <unistd.h>
 #include <utility>
 
 namespace {
@@ -71,21 +70,10 @@ std::optional<double> conclude(const ChildEnd& end, const Answer& answer) {
 
 } // namespace
 
-std::string missingPart(const std::filesystem::path& worker, const std::filesystem::path& modelFolder) {
-    if (::access(worker.c_str(), X_OK) != 0)
-        return "The speech worker " + worker.string() + " is missing: install the package murmelo again.";
-    for (const char* part : {"en-us/mdef", "en-us.lm.bin", "cmudict-en-us.dict"})
-        if (::access((modelFolder / part).c_str(), R_OK) != 0)
-            return "The speech model " + (modelFolder / part).string() +
-                   " is missing: install the package pocketsphinx-en-us.";
-    return {};
-}
-
-WorkerModule::WorkerModule(std::filesystem::path worker, std::filesystem::path modelFolder, Locale locale)
-    : m_worker(std::move(worker)), m_modelFolder(std::move(modelFolder)), m_locale(std::move(locale)) {}
+WorkerModule::WorkerModule(SpeechWorker worker) : m_worker(std::move(worker)) {}
 
 void WorkerModule::requireInstalled() const {
-    const std::string missing = missingPart(m_worker, m_modelFolder);
+    const std::string missing = m_worker.missingPart();
     if (!missing.empty()) throw failure(EngineFailure::notInstalled, missing);
 }
 
@@ -100,9 +88,9 @@ void WorkerModule::collectResults(ResultHandler handler) {
 
 std::optional<double> WorkerModule::analyse(const std::filesystem::path& file, std::stop_token stop) {
     requireInstalled();
-    // An absolute path never looks like an option.
-    ChildProcess worker(m_worker, {"--model", m_modelFolder, "--locale", m_locale.identifier(),
-                                   std::filesystem::absolute(file)});
+    std::vector<std::string> arguments = m_worker.arguments;
+    arguments.push_back(std::filesystem::absolute(file)); // an absolute path never looks like an option
+    ChildProcess worker(m_worker.program, arguments);
     Answer answer(m_handler);
     try {
         return conclude(worker.run([&](std::string_view line) { answer.read(line); }, stop), answer);

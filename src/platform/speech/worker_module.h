@@ -3,11 +3,17 @@
 #include "transcription/speech_engine.h"
 
 #include <filesystem>
+#include <functional>
 #include <string>
+#include <vector>
 
-/// What the built-in recogniser lacks, as a sentence that names the Debian package which brings it; empty
-/// when it is complete.
-std::string missingPart(const std::filesystem::path& worker, const std::filesystem::path& modelFolder);
+/// A worker program.
+struct SpeechWorker {
+    std::filesystem::path program;
+    std::vector<std::string> arguments; ///< before those about the file
+    /// What keeps it from working, as a sentence that says what to install; empty when nothing does.
+    std::function<std::string()> missingPart;
+};
 
 /// Recognition of one file by one run of the worker. All results arrive inside analyse, each as soon as the
 /// worker tells it; finishing has nothing left to do. On failure one line of the debug log holds the end of
@@ -15,7 +21,7 @@ std::string missingPart(const std::filesystem::path& worker, const std::filesyst
 /// the worker can't be started.
 class WorkerModule final : public SpeechModule {
   public:
-    WorkerModule(std::filesystem::path worker, std::filesystem::path modelFolder, Locale locale);
+    explicit WorkerModule(SpeechWorker worker);
 
     std::unique_ptr<InstallationRequest> installationRequest() override;
     void collectResults(ResultHandler handler) override;
@@ -27,8 +33,6 @@ class WorkerModule final : public SpeechModule {
   private:
     void requireInstalled() const;
 
-    std::filesystem::path m_worker;
-    std::filesystem::path m_modelFolder;
-    Locale m_locale;
+    const SpeechWorker m_worker;
     ResultHandler m_handler;
 };
