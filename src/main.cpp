@@ -4,6 +4,7 @@
 #include "backends.h"
 #include "cli/mics_command.h"
 #include "cli/model_installation_job.h"
+#include "cli/models_command.h"
 #include "cli/output.h"
 #include "cli/record_command.h"
 #include "cli/recover_command.h"
@@ -28,6 +29,10 @@ namespace {
 ExitStatus runSubcommand(const std::string& name, int argc, char** argv, TerminationSignals& signals) {
     Mp4Recovery recovery;
     if (name == "recover") return recoverCommand(argc, argv, recovery);
+    if (name == "models") {
+        FolderModelStore models(catalogueFile(executableFolder()), modelsFolder());
+        return modelsCommand(argc, argv, models, sherpaWorker(executableFolder()).missingPart(), signals);
+    }
     if (name == "toggle" || name == "status") {
         const QCoreApplication qt(argc, argv);
         BusRunningInstance running(QDBusConnection::sessionBus());
@@ -57,7 +62,7 @@ int run(int argc, char** argv) {
     if (first == "--version") return status(printResult("murmelo " MURMELO_VERSION "\n"));
     TerminationSignals signals; // before the first thread
     sendFfmpegLogToDebugLog();
-    for (const char* name : {"record", "transcribe", "mics", "recover", "toggle", "status"})
+    for (const char* name : {"record", "transcribe", "mics", "models", "recover", "toggle", "status"})
         if (first == name) return status(runSubcommand(first, argc - 1, argv + 1, signals));
     if (first.empty()) return status(runApplication(argc, argv, signals));
     return status(reportUsage("Murmelo does not know “" + first + "”."));

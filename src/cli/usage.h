@@ -21,6 +21,12 @@ Usage:
       folder. With --dry-run it only looks. It never deletes, and never touches a file that is in use.
   murmelo mics [--json]
       Lists the microphones; the automatic choice is marked with *.
+  murmelo models [--json]
+      Lists the speech models that can be had; those that are installed are marked with *.
+  murmelo models install ID [--from FILE]
+      Downloads a speech model and installs it, or takes FILE for its download.
+  murmelo models remove ID
+      Removes a speech model.
   murmelo toggle
       Presses the record button of the program on the desktop. Made to be bound to a key.
   murmelo status [--json]

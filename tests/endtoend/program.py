@@ -52,6 +52,15 @@ def announced_seconds(file):
     return float(said) if said != "N/A" else 0.0
 
 
+def silent_recording(folder, source="anullsrc=r=48000:cl=stereo", seconds=4):
+    """A folder with two equal tracks made by FFmpeg."""
+    folder.mkdir(parents=True)
+    for name in ("voice.m4a", "system.m4a"):
+        subprocess.run(["ffmpeg", "-v", "error", "-f", "lavfi", "-i", source, "-t", str(seconds), "-ar", "48000", "-ac",
+                        "2", "-b:a", "128k", str(folder / name)], check=True)
+    return folder
+
+
 def murmelo_nodes():
     """What the program shows to the sound server."""
     dump = json.loads(subprocess.run(["pw-dump"], capture_output=True, check=True).stdout)

@@ -10,7 +10,8 @@ import signal
 import subprocess
 import unittest
 
-from program import LIMIT, PROGRAM, SCRIPTS, TestCase, decoded_frames, last_line, main, run, wait_for, worker_processes
+from program import LIMIT, PROGRAM, SCRIPTS, TestCase, decoded_frames, last_line, main, run, silent_recording, wait_for, \
+    worker_processes
 
 NOTHING = "Transcription failed: No speech recognized."
 WORKER = "libexec/murmelo-speech-pocketsphinx"
@@ -49,15 +50,6 @@ def sound_starts(file, quiet=1.0, threshold=0.01):
             if loud:
                 last = time
     return starts
-
-
-def silent_recording(folder, source="anullsrc=r=48000:cl=stereo", seconds=4):
-    """A folder with two equal tracks made by FFmpeg."""
-    folder.mkdir(parents=True)
-    for name in ("voice.m4a", "system.m4a"):
-        subprocess.run(["ffmpeg", "-v", "error", "-f", "lavfi", "-i", source, "-t", str(seconds), "-ar", "48000", "-ac",
-                        "2", "-b:a", "128k", str(folder / name)], check=True)
-    return folder
 
 
 class StagedConversation(TestCase):

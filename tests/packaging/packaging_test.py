@@ -3,6 +3,7 @@
 
 Usage: packaging_test.py SOURCE_ROOT BUILD_ROOT
 """
+import json
 import pathlib
 import re
 import struct
@@ -145,6 +146,15 @@ class InstalledTree(unittest.TestCase):
         self.assertEqual(self.completed("record", "--s"), ["--seconds"])
         self.assertEqual(self.completed("status", "--"), ["--json"])
         self.assertEqual(self.completed("recover", "--d"), ["--dry-run"])
+        self.assertEqual(self.completed("models", "in"), ["install"])
+        self.assertEqual(self.completed("models", "--f"), ["--from"])
+
+    def test_the_installed_program_finds_its_catalogue(self):
+        home = {"PATH": "/usr/bin:/bin", "HOME": self.folder.name}
+        listed = json.loads(run(self.root / "bin/murmelo", "models", "--json", env=home).stdout)
+        catalogue = json.loads((SOURCE / "data/models.json").read_text())["models"]
+        self.assertEqual([(model["id"], model["installed"]) for model in listed],
+                         [(model["id"], False) for model in catalogue])
 
     def test_the_installed_program_finds_its_worker(self):
         recording = pathlib.Path(self.folder.name) / "recording"
@@ -186,7 +196,8 @@ class DebianPackage(unittest.TestCase):
         wanted = {line for line in listed.splitlines() if line and not line.startswith("#")}
         self.assertGreater(len(wanted), 5)
         self.assertEqual(wanted - names, set())
-        linked = {"libc6", "libqt6dbus6", "libpipewire-0.3-0", "libavcodec59", "libpocketsphinx3"}
+        linked = {"libc6", "libqt6dbus6", "libpipewire-0.3-0", "libavcodec59", "libpocketsphinx3", "libcurl3-gnutls",
+                  "libarchive13", "libnettle8"}
         self.assertEqual({name for name in linked if not any(have.startswith(name) for have in names)}, set())
 
 
