@@ -1,7 +1,8 @@
 #pragma once
 
+#include "speech_worker/speech_cutter.h"
+
 #include <cstddef>
-#include <functional>
 #include <span>
 #include <vector>
 
@@ -11,25 +12,16 @@
 /// s after it, so a cut is known at most 10 s of audio after its end. Three frames 9 dB above the floor begin
 /// a cut; 0.3 s less than 6 dB above it end the cut. Shorter than 0.2 s is dropped. What lasts longer than 20
 /// s is parted at the quietest place of its last 5 s. Holds at most 33 s of audio, however long the stream.
-class VoiceActivity {
+class VoiceActivity final : public SpeechCutter {
   public:
     static constexpr int sampleRate = 16000;
 
-    /// A stretch of audio that may hold speech.
-    struct Cut {
-        double voicedStart; ///< seconds from the beginning of the stream: first frame above the floor
-        double voicedEnd;   ///< behind the last frame above the floor
-        double start;       ///< time of the first sample: at most 0.1 s before voicedStart
-        std::span<const float> samples; ///< valid during the call
-    };
-    using Handler = std::function<void(const Cut& cut)>;
+    using Cut = SpeechCut;
 
     explicit VoiceActivity(Handler handler);
 
-    /// Full scale 1; what is not finite counts as silence. The handler is called inside, for what is decided.
-    void push(std::span<const float> samples);
-    /// The stream has ended. Nothing may follow.
-    void finish();
+    void push(std::span<const float> samples) override;
+    void finish() override;
 
     /// How many samples came so far.
     std::size_t sampleCount() const { return m_dropped + m_samples.size(); }

@@ -4,7 +4,6 @@
 #include "speech_worker/protocol.h"
 #include "speech_worker/speech_evidence.h"
 #include "speech_worker/utterance_text.h"
-#include "speech_worker/voice_activity.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -20,6 +19,7 @@ constexpr int failed = 1;
 constexpr int wrongUsage = 2;
 // A cut can begin with a noise that was no word, long before the first word.
 constexpr double longestLeadIn = 0.5; // seconds
+constexpr double sampleRate = 16000;
 
 std::optional<WorkerArguments> parse(std::span<char* const> arguments) {
     WorkerArguments parsed;
@@ -30,6 +30,8 @@ std::optional<WorkerArguments> parse(std::span<char* const> arguments) {
             parsed.model = arguments[i + 1];
         else if (option == "--locale")
             parsed.locale = arguments[i + 1];
+        else if (option == "--vad")
+            parsed.voiceDetector = arguments[i + 1];
         else
             return std::nullopt;
     }
@@ -44,25 +46,28 @@ std::vector<RecognisedWord> spokenWords(Recogniser& recogniser, std::span<const 
     if (!evidence.hasVoice()) return {}; // spares the recogniser, which is slowest on noise
     std::vector<RecognisedWord> words = recogniser.recognise(cut);
     std::erase_if(words, [&](const RecognisedWord& word) {
-        return isFiller(word.text) || !evidence.canBeWord(word.start, word.end);
+        return isFiller(word.text) || (word.timed && !evidence.canBeWord(word.start, word.end));
     });
     return words;
 }
 
 void transcribe(const WorkerArguments& arguments, Recogniser& recogniser, const AudioStream& decode,
                 const LineSink& tell) {
-    VoiceActivity activity([&](const VoiceActivity::Cut& cut) {
+    const auto cutter = recogniser.makeCutter([&](const SpeechCut& cut) {
         const std::vector<RecognisedWord> words = spokenWords(recogniser, cut.samples);
         if (words.empty()) return;
         const double firstWord = cut.start + words.front().start;
         const double start = firstWord - cut.voicedStart > longestLeadIn ? firstWord : cut.voicedStart;
-        tell(protocol::line(protocol::Utterance{start, cut.voicedEnd, utteranceText(words)}));
+        tell(protocol::line(protocol::Utterance{start, cut.voicedEnd, recogniser.text(words)}));
     });
-    decode(arguments.file, [&](std::span<const float> samples) { activity.push(samples); });
-    activity.finish();
+    std::size_t sampleCount = 0;
+    decode(arguments.file, [&](std::span<const float> samples) {
+        sampleCount += samples.size();
+        cutter->push(samples);
+    });
+    cutter->finish();
     protocol::End end;
-    if (activity.sampleCount() > 0)
-        end.lastSampleTime = static_cast<double>(activity.sampleCount()) / VoiceActivity::sampleRate;
+    if (sampleCount > 0) end.lastSampleTime = static_cast<double>(sampleCount) / sampleRate;
     tell(protocol::line(end));
 }
 
@@ -91,7 +96,7 @@ int runWorker(std::span<char* const> arguments, const RecogniserFactory& makeRec
               const AudioStream& decode, const LineSink& tell) {
     const std::optional<WorkerArguments> parsed = parse(arguments);
     if (!parsed) {
-        tell(protocol::line(protocol::Failure{"usage: --model DIR --locale ID FILE"}));
+        tell(protocol::line(protocol::Failure{"usage: --model DIR --locale ID [--vad FILE] FILE"}));
         return wrongUsage;
     }
     try {

@@ -16,6 +16,8 @@
 struct WorkerArguments {
     std::filesystem::path model;
     std::string locale; ///< the platform's form, "en_US"
+    std::filesystem::path
+        voiceDetector; ///< a model that hears voices, for engines that can use it; may be empty
     std::filesystem::path file;
 };
 /// Makes the recogniser for a model folder and a locale. Throws Error.

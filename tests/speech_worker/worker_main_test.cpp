@@ -12,13 +12,39 @@
 
 namespace {
 
-class ScriptedRecogniser final : public Recogniser {
+class ScriptedRecogniser : public Recogniser {
   public:
     explicit ScriptedRecogniser(std::vector<RecognisedWord> words) : m_words(std::move(words)) {}
     std::vector<RecognisedWord> recognise(std::span<const float>) override { return m_words; }
 
   private:
     std::vector<RecognisedWord> m_words;
+};
+
+/// The whole stream in one piece.
+class NoCutter final : public SpeechCutter {
+  public:
+    explicit NoCutter(Handler handler) : m_handler(std::move(handler)) {}
+    void push(std::span<const float> samples) override {
+        m_samples.insert(m_samples.end(), samples.begin(), samples.end());
+    }
+    void finish() override { m_handler({0.25, 0.75, 0, m_samples}); }
+
+  private:
+    Handler m_handler;
+    std::vector<float> m_samples;
+};
+
+/// Writes by itself and cuts by itself.
+class ModernRecogniser final : public ScriptedRecogniser {
+  public:
+    using ScriptedRecogniser::ScriptedRecogniser;
+    std::string text(std::span<const RecognisedWord> spoken) const override {
+        return std::to_string(spoken.size()) + " words";
+    }
+    std::unique_ptr<SpeechCutter> makeCutter(SpeechCutter::Handler handler) override {
+        return std::make_unique<NoCutter>(std::move(handler));
+    }
 };
 
 class WorkerMainTest : public testing::Test {
@@ -31,7 +57,7 @@ class WorkerMainTest : public testing::Test {
             pointers,
             [this](const WorkerArguments& parsed) {
                 seen = parsed;
-                return std::make_unique<ScriptedRecogniser>(words);
+                return makeRecogniser();
             },
             [this](const std::filesystem::path&, const AudioSink& sink) {
                 sink(audio);
@@ -49,6 +75,9 @@ class WorkerMainTest : public testing::Test {
         return std::get<Kind>(messages.at(index));
     }
 
+    std::function<std::unique_ptr<Recogniser>()> makeRecogniser = [this] {
+        return std::make_unique<ScriptedRecogniser>(words);
+    };
     std::vector<float> audio;
     std::vector<RecognisedWord> words{{"<s>", 0, 0.1}, {"hello(2)", 0.1, 0.4}, {"there", 0.4, 0.9}};
     std::optional<Error> failure;
@@ -72,6 +101,9 @@ TEST_F(WorkerMainTest, ReadsItsArguments) {
     EXPECT_EQ(seen.model, "/m");
     EXPECT_EQ(seen.locale, "en_US");
     EXPECT_EQ(seen.file, "--file");
+    EXPECT_EQ(seen.voiceDetector, "");
+    EXPECT_EQ(run({"--vad", "/v.onnx", "--locale", "en_US", "--model", "/m", "/f.m4a"}), 0);
+    EXPECT_EQ(seen.voiceDetector, "/v.onnx");
 }
 
 TEST_F(WorkerMainTest, WrongUsageIsToldAndIsStatusTwo) {
@@ -86,7 +118,8 @@ TEST_F(WorkerMainTest, WrongUsageIsToldAndIsStatusTwo) {
         messages.clear();
         EXPECT_EQ(run(arguments), 2);
         ASSERT_EQ(messages.size(), 1U);
-        EXPECT_EQ(message<protocol::Failure>(0).description, "usage: --model DIR --locale ID FILE");
+        EXPECT_EQ(message<protocol::Failure>(0).description,
+                  "usage: --model DIR --locale ID [--vad FILE] FILE");
     }
 }
 
@@ -113,11 +146,30 @@ TEST_F(WorkerMainTest, AWordThatNeverEndsIsDroppedFromItsUtterance) {
     EXPECT_EQ(message<protocol::Utterance>(0).text, "Hello you");
 }
 
+TEST_F(WorkerMainTest, AWordWithoutTimesIsNotJudgedByThem) {
+    audio = joined({silence(2), babble(4, 0.05F), silence(1)});
+    words = {{"all that was said", 0, 4, false, false}};
+    EXPECT_EQ(run(), 0);
+    EXPECT_EQ(message<protocol::Utterance>(0).text, "All that was said");
+    EXPECT_NEAR(message<protocol::Utterance>(0).start, 2, 0.011);
+}
+
 TEST_F(WorkerMainTest, AnUtteranceBehindALongNoiseBeginsWithItsFirstWord) {
     audio = joined({silence(2), hiss(2, 0.1F), babble(1, 0.05F), silence(1)});
     words = {{"hello", 2.2, 2.6}};
     EXPECT_EQ(run(), 0);
     EXPECT_NEAR(message<protocol::Utterance>(0).start, 4.1, 0.011);
+}
+
+TEST_F(WorkerMainTest, ARecogniserMayCutAndWriteByItself) {
+    makeRecogniser = [this] { return std::make_unique<ModernRecogniser>(words); };
+    audio = babble(1, 0.05F);
+    EXPECT_EQ(run(), 0);
+    ASSERT_EQ(messages.size(), 2U);
+    EXPECT_EQ(message<protocol::Utterance>(0).start, 0.25);
+    EXPECT_EQ(message<protocol::Utterance>(0).end, 0.75);
+    EXPECT_EQ(message<protocol::Utterance>(0).text, "2 words");
+    EXPECT_EQ(message<protocol::End>(1).lastSampleTime, 1.0);
 }
 
 TEST_F(WorkerMainTest, AFailureIsToldBehindWhatWasRecognised) {
