@@ -1,4 +1,4 @@
-# Sourced by ./run and ./test: installs packages and builds. Needs bash.
+# Sourced by ./run and ./test: installs packages, fetches the speech engine and builds. Needs bash.
 
 setup_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
@@ -51,6 +51,27 @@ install_packages() {
     die "The packages could not be installed: $(xargs <<< "$missing")"
   fi
   rm -f "$log"
+}
+
+# fetch_speech_engine: sherpa-onnx into build/sherpa-onnx, exactly the packages that scripts/sherpa-onnx/package-lock.json
+# tells with their checksums. Murmelo works without it, so that a machine that can't have it is told and goes on.
+fetch_speech_engine() {
+  local lock=$setup_root/scripts/sherpa-onnx target=$setup_root/build/sherpa-onnx
+  [[ $(uname -m) =~ ^(x86_64|aarch64)$ ]] || return 0
+  if cmp -s {"$lock","$target"}/package-lock.json; then return; fi
+  command -v npm > /dev/null || (install_packages npm) || true
+  say "Fetching the speech engine sherpa-onnx"
+  rm -rf "$target.part"
+  mkdir -p "$target.part"
+  cp "$lock"/package*.json "$target.part"
+  if (cd "$target.part" && npm ci --ignore-scripts --no-audit --no-fund --cache=cache) > "$target.log" 2>&1 < /dev/null &&
+    compgen -G "$target.part/node_modules/*/libsherpa-onnx-c-api.so" > /dev/null; then
+    rm -rf "$target" "$target.part/cache"
+    mv "$target.part" "$target"
+  else
+    rm -rf "$target.part"
+    say "It could not be fetched (see build/sherpa-onnx.log): the built-in recogniser serves without it."
+  fi
 }
 
 # build PRESET: into build/PRESET

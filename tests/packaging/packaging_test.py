@@ -15,9 +15,13 @@ import unittest
 SOURCE, BUILD = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
 NAME = "org.murmelo.Murmelo"
 SIZES = (16, 22, 24, 32, 48, 64, 128, 256, 512)
+# The speech engine is installed where it was had for the build.
+ENGINE = sorted(f.relative_to(BUILD).as_posix() for f in BUILD.glob("lib/murmelo/sherpa-onnx/*/*.so"))
 INSTALLED = sorted([
     "bin/murmelo",
+    *ENGINE,
     "libexec/murmelo/murmelo-speech-pocketsphinx",
+    "libexec/murmelo/murmelo-speech-sherpa-onnx",
     f"share/applications/{NAME}.desktop",
     "share/bash-completion/completions/murmelo",
     f"share/dbus-1/services/{NAME}.service",
@@ -172,6 +176,16 @@ class InstalledTree(unittest.TestCase):
         self.assertNotIn("is missing", done.stderr)
 
 
+    def test_the_speech_engine_is_unchanged_and_its_worker_finds_it(self):
+        if not ENGINE:
+            self.skipTest("sherpa-onnx was not here when this was built: ./test fetches it from the npm registry")
+        for library in ENGINE:
+            self.assertEqual((self.root / library).read_bytes(), (BUILD / library).read_bytes())
+        worker = [self.root / "libexec/murmelo/murmelo-speech-sherpa-onnx", "--locale", "en_US", "--model", "/nowhere"]
+        with subprocess.Popen([*worker, "/nowhere.m4a"], stdin=subprocess.PIPE, stdout=subprocess.PIPE) as process:
+            self.assertIn(b"it has no model.json", process.stdout.read()) # so it has loaded the engine
+
+
 class DebianPackage(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
@@ -187,6 +201,8 @@ class DebianPackage(unittest.TestCase):
         tree = pathlib.Path(self.folder.name) / "package"
         checked("dpkg-deb", "--extract", self.package, tree)
         self.assertEqual(files_below(tree), [f"usr/{file}" for file in INSTALLED])
+        for library in ENGINE:
+            self.assertEqual((tree / "usr" / library).read_bytes(), (BUILD / library).read_bytes())
         self.assertEqual(key_of(tree / f"usr/share/dbus-1/services/{NAME}.service", "Exec"), "/usr/bin/murmelo")
 
     def test_depends_on_libraries_and_on_what_is_found_at_run_time(self):
