@@ -1,6 +1,7 @@
 #include "base/error.h"
 #include "platform/posix/child_process.h"
 #include "speech_worker/protocol.h"
+#include "speech_worker/sherpa_recogniser.h"
 #include "speech_worker/silero_cutter.h"
 #include "support/process_leftovers.h"
 #include "support/spoken_track.h"
@@ -201,6 +202,54 @@ TEST_F(SherpaRecognitionTest, AVoiceDetectorThatIsNoneEndsInOrder) {
     EXPECT_EQ(with(folder / "silero_vad.onnx"),
               "The voice detector " + (folder / "silero_vad.onnx").string() + " can't be loaded.");
     with(toys / "nemo_ctc/model.int8.onnx");
+}
+
+/// The real library in this process.
+class SherpaRecogniserTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (!std::filesystem::exists(MURMELO_SHERPA_ONNX))
+            GTEST_SKIP() << "sherpa-onnx is not here: ./test fetches it from the npm registry";
+    }
+
+    static std::vector<RecognisedWord> wordsIn(const std::vector<float>& cut, const std::string& kind) {
+        SherpaRecogniser recogniser(SherpaLibrary(MURMELO_SHERPA_ONNX), SherpaModel(toys / kind), "en_US",
+                                    {});
+        return recogniser.recognise(cut);
+    }
+};
+
+TEST_F(SherpaRecogniserTest, WordsHaveTheTimesOfTheirTokens) {
+    for (const char* kind : {"nemo_ctc", "nemo_transducer", "attentive_whisper"}) {
+        const auto words = wordsIn(joined({silence(0.5), toyHelloThere(), silence(0.5)}), kind);
+        ASSERT_EQ(words.size(), 2U) << kind;
+        EXPECT_EQ(words[0].text, "Hello");
+        EXPECT_EQ(words[1].text, "there.");
+        EXPECT_NEAR(words[1].start, 1.3, 0.09) << kind; // one frame of the encoder
+        EXPECT_NEAR(words[1].end, 1.8, 0.09) << kind;
+        EXPECT_TRUE(words[0].timed);
+        if (std::string_view(kind) == "attentive_whisper") continue; // its first word begins with the cut
+        EXPECT_NEAR(words[0].start, 0.5, 0.09) << kind;
+    }
+}
+
+TEST_F(SherpaRecogniserTest, AModelWithoutTimesSaysAllThatWasSaidInTheCut) {
+    const auto words = wordsIn(joined({silence(0.5), toyHelloThere(), silence(0.5)}), "whisper");
+    ASSERT_EQ(words.size(), 1U);
+    EXPECT_EQ(words[0].text, "Hello there.");
+    EXPECT_FALSE(words[0].timed);
+    EXPECT_EQ(words[0].start, 0);
+    EXPECT_DOUBLE_EQ(words[0].end, 2.2);
+}
+
+TEST_F(SherpaRecogniserTest, OneRecogniserHearsManyCutsAndForgetsThem) {
+    SherpaRecogniser recogniser(SherpaLibrary(MURMELO_SHERPA_ONNX), SherpaModel(toys / "nemo_ctc"), "en_US",
+                                {});
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(recogniser.text(recogniser.recognise(joined({silence(0.2), toyHello(), silence(0.2)}))),
+                  "Hello");
+        EXPECT_TRUE(recogniser.recognise(silence(0.3)).empty());
+    }
 }
 
 class SileroCutterTest : public testing::Test {

@@ -153,8 +153,9 @@ def nemo_transducer(folder):
     write_tokens(folder, [*PIECES, "<blk>"])
 
 
-def whisper(folder):
-    """Says the same whatever it hears, but in the language that it is told: each token has one that follows it."""
+def whisper(folder, attentive=False):
+    """Says the same whatever it hears, but in the language that it is told: each token has one that follows it. An
+    attentive one also tells for each token where in the audio it looks: at the vowels of the toy's own words."""
     words = [" Hello", " there.", " Hallo", " zusammen.", " \u3053", "\u3093\u306b", "\u3061\u306f\u3002"]
     sot, english, german, japanese, transcribe, translate, no_timestamps, no_speech, eot = range(7, 16)
     count, layers, state = eot + 1, 1, 4
@@ -165,29 +166,46 @@ def whisper(folder):
         scores[token * count + following] = 10.0
     for language, word in first.items():
         scores[language * count + word] = 100.0
+    cross = ("n_layer_cross_k", FLOAT, [layers, "N", "T2", state]), ("n_layer_cross_v", FLOAT, [layers, "N", "T2", state])
     (folder / "toy-encoder.int8.onnx").write_bytes(model(
-        [("mel", FLOAT, ["N", BANDS, "T"])],
-        [("n_layer_cross_k", FLOAT, [layers, "N", "T", state]), ("n_layer_cross_v", FLOAT, [layers, "N", "T", state])],
-        [node("Transpose", ["mel"], ["frames"], perm=[0, 2, 1]), node("MatMul", ["frames", "filters"], ["states"]),
-         node("Unsqueeze", ["states", "axis"], ["n_layer_cross_k"]),
+        [("mel", FLOAT, ["N", BANDS, "T"])], [*cross],
+        [node("Transpose", ["mel"], ["frames"], perm=[0, 2, 1]),
+         node("Slice", ["frames", "first", "last", "axis", "step"], ["fewer"]),
+         node("MatMul", ["fewer", "filters"], ["states"]), node("Unsqueeze", ["states", "first"], ["n_layer_cross_k"]),
          node("Identity", ["n_layer_cross_k"], ["n_layer_cross_v"])],
-        [tensor("axis", INT64, [1], [0]), tensor("filters", FLOAT, [BANDS, state], vowel_filters(state))],
+        [tensor("first", INT64, [1], [0]), tensor("last", INT64, [1], [1 << 31]), tensor("axis", INT64, [1], [1]),
+         tensor("step", INT64, [1], [2]), tensor("filters", FLOAT, [BANDS, state], vowel_filters(state))],
         {"model_type": "whisper-toy", "n_mels": BANDS, "n_audio_ctx": 1500, "n_text_ctx": 448, "n_text_layer": layers,
          "n_text_state": state, "n_vocab": count, "sot": sot, "eot": eot, "blank_id": 0, "translate": translate,
          "transcribe": transcribe, "is_multilingual": 1, "no_timestamps": no_timestamps, "no_speech": no_speech,
          "sot_sequence": f"{sot},{english},{transcribe}", "all_language_tokens": f"{english},{german},{japanese}",
-         "all_language_codes": "en,de,ja"}))
+         "all_language_codes": "en,de,ja", "n_alignment_heads": 1}))
     cache = [layers, "N", 448, state]
+    outputs = [("logits", FLOAT, ["N", "U", count]), ("out_k", FLOAT, cache), ("out_v", FLOAT, cache)]
+    nodes = [node("Gather", ["follows", "tokens"], ["each"]), node("CumSum", ["each", "one"], ["logits"]),
+             node("Identity", ["in_k"], ["out_k"]), node("Identity", ["in_v"], ["out_v"])]
+    constants = [tensor("follows", FLOAT, [count, count], scores), tensor("one", INT64, [], [1])]
+    if attentive:
+        looks = [0.0] * (count * state)
+        # What is read is where the model looked when it wrote the token that follows.
+        looks[no_timestamps * state + 0] = 5.0  # " Hello": the low vowel
+        looks[0 * state + 2] = 5.0              # " there.": the high one
+        outputs.append(("cross_attention_weights", FLOAT, ["N", 1, "U", "T2"]))
+        nodes += [node("Gather", ["looks", "tokens"], ["look"]), node("Squeeze", ["n_layer_cross_k", "axis"], ["keys"]),
+                  node("Transpose", ["keys"], ["by_state"], perm=[0, 2, 1]), node("MatMul", ["look", "by_state"], ["near"]),
+                  node("Softmax", ["near"], ["weights"], axis=-1),
+                  node("Unsqueeze", ["weights", "head"], ["cross_attention_weights"])]
+        constants += [tensor("looks", FLOAT, [count, state], looks), tensor("axis", INT64, [1], [0]),
+                      tensor("head", INT64, [1], [1])]
     (folder / "toy-decoder.int8.onnx").write_bytes(model(
-        [("tokens", INT64, ["N", "U"]), ("in_k", FLOAT, cache), ("in_v", FLOAT, cache),
-         ("n_layer_cross_k", FLOAT, [layers, "N", "T", state]), ("n_layer_cross_v", FLOAT, [layers, "N", "T", state]),
-         ("offset", INT64, [1])],
-        [("logits", FLOAT, ["N", "U", count]), ("out_k", FLOAT, cache), ("out_v", FLOAT, cache)],
-        [node("Gather", ["follows", "tokens"], ["each"]), node("CumSum", ["each", "axis"], ["logits"]),
-         node("Identity", ["in_k"], ["out_k"]), node("Identity", ["in_v"], ["out_v"])],
-        [tensor("follows", FLOAT, [count, count], scores), tensor("axis", INT64, [], [1])]))
+        [("tokens", INT64, ["N", "U"]), ("in_k", FLOAT, cache), ("in_v", FLOAT, cache), *cross, ("offset", INT64, [1])],
+        outputs, nodes, constants))
     (folder / "toy-tokens.txt").write_text("".join(
         f"{base64.b64encode(word.encode()).decode()} {number}\n" for number, word in enumerate(words)))
+
+
+def attentive_whisper(folder):
+    whisper(folder, attentive=True)
 
 
 def silero_vad(folder):
@@ -203,11 +221,12 @@ def silero_vad(folder):
 
 
 def main():
-    for make in (nemo_ctc, nemo_transducer, whisper, silero_vad):
+    for make, kind in ((nemo_ctc, "nemo_ctc"), (nemo_transducer, "nemo_transducer"), (whisper, "whisper"),
+                       (attentive_whisper, "whisper"), (silero_vad, "silero_vad")):
         folder = pathlib.Path(sys.argv[1]) / make.__name__
         folder.mkdir(parents=True, exist_ok=True)
         make(folder)
-        (folder / "model.json").write_text(json.dumps({"kind": make.__name__}))
+        (folder / "model.json").write_text(json.dumps({"kind": kind}))
 
 
 if __name__ == "__main__":
