@@ -12,7 +12,8 @@ Error unusable(const std::filesystem::path& file, const std::string& reason) {
 }
 
 void* open(const std::filesystem::path& file) {
-    if (!std::filesystem::exists(file)) throw unusable(file, "is missing");
+    std::error_code ignored;
+    if (!std::filesystem::exists(file, ignored)) throw unusable(file, "is missing");
     void* library = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr) throw unusable(file, std::string("can't be loaded: ") + ::dlerror());
     return library;

@@ -21,7 +21,8 @@ double seconds(std::int32_t sample) {
 SherpaHandle<sherpa::VoiceActivityDetector> loadSilero(const sherpa::Api& api,
                                                        const std::filesystem::path& model) {
     const std::string name = "The voice detector " + model.string();
-    if (!std::filesystem::is_regular_file(model)) throw Error("engine", 1, name + " is missing.");
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(model, ignored)) throw Error("engine", 1, name + " is missing.");
     const std::string path = model;
     sherpa::VadModelConfig config{};
     // The model's own defaults.
