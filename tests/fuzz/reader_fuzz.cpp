@@ -22,12 +22,15 @@ struct Enough {};
 void read(const std::filesystem::path& file) {
     const std::int64_t announced = Mp4FileInfo().open(file).frames;
     std::int64_t read = 0;
-    AudioReader(file).readAll([&](std::span<const float> left, std::span<const float> right) {
-        const auto finite = [](float sample) { return std::isfinite(sample); };
-        if (left.size() != right.size() || !std::all_of(left.begin(), left.end(), finite)) std::abort();
+    const auto finite = [](float sample) { return std::isfinite(sample); };
+    AudioReader reader(file);
+    while (const auto block = reader.next()) {
+        const std::span<const float> left = block->left;
+        if (left.size() != block->right.size() || !std::all_of(left.begin(), left.end(), finite))
+            std::abort();
         read += static_cast<std::int64_t>(left.size());
         if (read > longest) throw Enough();
-    });
+    }
     if (read != announced) std::abort();
 }
 

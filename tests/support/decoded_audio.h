@@ -15,9 +15,9 @@ struct DecodedAudio {
 inline DecodedAudio decodeAll(const std::filesystem::path& file) {
     AudioReader reader(file);
     DecodedAudio audio{reader.sampleRate(), {}, {}};
-    reader.readAll([&](std::span<const float> left, std::span<const float> right) {
-        audio.left.insert(audio.left.end(), left.begin(), left.end());
-        audio.right.insert(audio.right.end(), right.begin(), right.end());
-    });
+    while (const auto block = reader.next()) {
+        audio.left.insert(audio.left.end(), block->left.begin(), block->left.end());
+        audio.right.insert(audio.right.end(), block->right.begin(), block->right.end());
+    }
     return audio;
 }

@@ -2,7 +2,6 @@
 
 #include "base/debug_log.h"
 #include "base/error.h"
-#include "platform/media/resampler.h"
 
 #include <algorithm>
 #include <array>
@@ -37,14 +36,13 @@ AudioReader::AudioReader(const std::filesystem::path& path)
     checked(avcodec_open2(m_codec.get(), aac, nullptr), cannotDecode);
 }
 
-void AudioReader::readAll(const Sink& sink) {
+std::optional<AudioReader::Block> AudioReader::next() {
     constexpr int tolerated = 500; // packets, about ten seconds
-    int decoded = 0;
-    int failed = 0;
     while (const auto piece = m_input.next()) {
         const bool good = decode(*piece->packet);
-        ++(good ? decoded : failed);
-        if (failed > tolerated) throw damaged("The audio file is damaged: too little of it can be decoded.");
+        ++(good ? m_decoded : m_failed);
+        if (m_failed > tolerated)
+            throw damaged("The audio file is damaged: too little of it can be decoded.");
         if (piece->count == 0) continue;
         const auto first = static_cast<std::size_t>(piece->first);
         const auto count = static_cast<std::size_t>(piece->count);
@@ -56,11 +54,17 @@ void AudioReader::readAll(const Sink& sink) {
             return std::span<const float>(samples, count);
         };
         const std::span<const float> left = channel(0);
-        sink(left, channels() == 2 ? channel(1) : left);
+        return Block{left, channels() == 2 ? channel(1) : left};
     }
-    if (failed > 0 && decoded == 0) throw damaged("The audio file is damaged: nothing of it can be decoded.");
-    if (failed > 0)
-        DebugLog::log("[rec] " + std::to_string(failed) +
+    conclude();
+    return std::nullopt;
+}
+
+void AudioReader::conclude() const {
+    if (m_failed > 0 && m_decoded == 0)
+        throw damaged("The audio file is damaged: nothing of it can be decoded.");
+    if (m_failed > 0)
+        DebugLog::log("[rec] " + std::to_string(m_failed) +
                       " damaged packets of an audio file were read as silence");
 }
 
@@ -80,15 +84,30 @@ bool AudioReader::isAsAnnounced() const {
            m_frame->nb_samples == Mp4AudioInput::samplesPerPacket;
 }
 
+SpeechAudioReader::SpeechAudioReader(const std::filesystem::path& file)
+    : m_reader(file), m_resampler(m_reader.sampleRate(), 16000) {}
+
+std::span<const float> SpeechAudioReader::next() {
+    m_block.clear();
+    const auto keep = [this](std::span<const float> samples) {
+        m_block.insert(m_block.end(), samples.begin(), samples.end());
+    };
+    while (m_block.empty() && !m_ended) { // the resampler holds the first samples back
+        if (const auto block = m_reader.next()) {
+            std::array<float, Mp4AudioInput::samplesPerPacket> mono;
+            std::transform(block->left.begin(), block->left.end(), block->right.begin(), mono.begin(),
+                           [](float l, float r) { return (l + r) * 0.5F; });
+            m_resampler.convert(std::span<const float>(mono).first(block->left.size()), keep);
+        } else {
+            m_resampler.finish(keep);
+            m_ended = true;
+        }
+    }
+    return m_block;
+}
+
 void decodeTo16kMono(const std::filesystem::path& file,
                      const std::function<void(std::span<const float>)>& sink) {
-    AudioReader reader(file);
-    Resampler resampler(reader.sampleRate(), 16000);
-    std::array<float, Mp4AudioInput::samplesPerPacket> mono;
-    reader.readAll([&](std::span<const float> left, std::span<const float> right) {
-        std::transform(left.begin(), left.end(), right.begin(), mono.begin(),
-                       [](float l, float r) { return (l + r) * 0.5F; });
-        resampler.convert(std::span<const float>(mono).first(left.size()), sink);
-    });
-    resampler.finish(sink);
+    SpeechAudioReader reader(file);
+    for (auto block = reader.next(); !block.empty(); block = reader.next()) sink(block);
 }

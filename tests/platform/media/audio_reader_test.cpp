@@ -193,4 +193,12 @@ TEST_F(AudioReaderTest, WhatTheSinkThrowsEndsTheDecoding) {
     EXPECT_EQ(blocks, 1);
 }
 
+TEST_F(AudioReaderTest, BehindItsEndASpeechReaderStaysEmpty) {
+    SpeechAudioReader reader(recorded("voice.m4a", noise(48000), noise(48000)));
+    std::size_t read = 0;
+    for (auto block = reader.next(); !block.empty(); block = reader.next()) read += block.size();
+    EXPECT_EQ(read, 16000U);
+    EXPECT_TRUE(reader.next().empty());
+}
+
 } // namespace

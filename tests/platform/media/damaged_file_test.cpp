@@ -20,11 +20,12 @@ class DamagedFileTest : public MediaTest {
         try {
             announced = Mp4FileInfo().open(file).frames;
             std::int64_t decoded = 0;
-            AudioReader(file).readAll([&](std::span<const float> left, std::span<const float> right) {
-                EXPECT_EQ(left.size(), right.size());
-                for (const float sample : left) EXPECT_TRUE(std::isfinite(sample));
-                decoded += static_cast<std::int64_t>(left.size());
-            });
+            AudioReader reader(file);
+            while (const auto block = reader.next()) {
+                EXPECT_EQ(block->left.size(), block->right.size());
+                for (const float sample : block->left) EXPECT_TRUE(std::isfinite(sample));
+                decoded += static_cast<std::int64_t>(block->left.size());
+            }
             EXPECT_EQ(decoded, announced);
             decodeTo16kMono(file, [](std::span<const float>) {});
         } catch (const Error& error) {
