@@ -1,6 +1,8 @@
 #include "speech_worker/worker_main.h"
 
 #include "base/error.h"
+#include "speech_worker/echo_reference.h"
+#include "speech_worker/echo_removal.h"
 #include "speech_worker/protocol.h"
 #include "speech_worker/speech_evidence.h"
 #include "speech_worker/utterance_text.h"
@@ -32,6 +34,8 @@ std::optional<WorkerArguments> parse(std::span<char* const> arguments) {
             parsed.locale = arguments[i + 1];
         else if (option == "--vad")
             parsed.voiceDetector = arguments[i + 1];
+        else if (option == "--reference")
+            parsed.reference = arguments[i + 1];
         else
             return std::nullopt;
     }
@@ -53,18 +57,33 @@ std::vector<RecognisedWord> spokenWords(Recogniser& recogniser, std::span<const 
 
 void transcribe(const WorkerArguments& arguments, Recogniser& recogniser, const AudioStream& decode,
                 const LineSink& tell) {
+    std::optional<EchoRemoval> removal;
     const auto cutter = recogniser.makeCutter([&](const SpeechCut& cut) {
-        const std::vector<RecognisedWord> words = spokenWords(recogniser, cut.samples);
+        std::vector<RecognisedWord> words = spokenWords(recogniser, cut.samples);
+        if (removal)
+            std::erase_if(words, [&](const RecognisedWord& word) {
+                return removal->isEcho(cut.start + word.start, cut.start + word.end);
+            });
         if (words.empty()) return;
         const double firstWord = cut.start + words.front().start;
-        const double start = firstWord - cut.voicedStart > longestLeadIn ? firstWord : cut.voicedStart;
+        const bool withoutLeadIn = firstWord - cut.voicedStart > longestLeadIn ||
+                                   (removal && removal->isEcho(cut.voicedStart, firstWord));
+        const double start = withoutLeadIn ? firstWord : cut.voicedStart;
         tell(protocol::line(protocol::Utterance{start, cut.voicedEnd, recogniser.text(words)}));
     });
     std::size_t sampleCount = 0;
-    decode(arguments.file, [&](std::span<const float> samples) {
+    const AudioSink listen = [&](std::span<const float> samples) {
         sampleCount += samples.size();
         cutter->push(samples);
-    });
+    };
+    if (arguments.reference.empty()) {
+        decode(arguments.file, listen);
+    } else {
+        EchoReference reference(arguments.reference);
+        removal.emplace([&] { return reference.next(); }, listen);
+        decode(arguments.file, [&](std::span<const float> samples) { removal->push(samples); });
+        removal->finish();
+    }
     cutter->finish();
     protocol::End end;
     if (sampleCount > 0) end.lastSampleTime = static_cast<double>(sampleCount) / sampleRate;
@@ -96,7 +115,8 @@ int runWorker(std::span<char* const> arguments, const RecogniserFactory& makeRec
               const AudioStream& decode, const LineSink& tell) {
     const std::optional<WorkerArguments> parsed = parse(arguments);
     if (!parsed) {
-        tell(protocol::line(protocol::Failure{"usage: --model DIR --locale ID [--vad FILE] FILE"}));
+        tell(protocol::line(
+            protocol::Failure{"usage: --model DIR --locale ID [--vad FILE] [--reference FILE] FILE"}));
         return wrongUsage;
     }
     try {

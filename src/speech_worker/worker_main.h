@@ -10,8 +10,9 @@
 #include <string>
 #include <string_view>
 
-/// The work that every speech worker does, whatever its recogniser: decode, cut at pauses, recognise cut by
-/// cut, tell each utterance as soon as it is known.
+/// The work that every speech worker does, whatever its recogniser: decode, remove what the loudspeakers
+/// leaked into the microphone, cut at pauses, recognise cut by cut, tell each utterance as soon as it is
+/// known. A reference that can't be used costs nothing but the removal, and a line on standard error.
 
 struct WorkerArguments {
     std::filesystem::path model;
@@ -19,6 +20,7 @@ struct WorkerArguments {
     std::filesystem::path
         voiceDetector; ///< a model that hears voices, for engines that can use it; may be empty
     std::filesystem::path file;
+    std::filesystem::path reference; ///< what the loudspeakers played meanwhile; empty when unknown
 };
 /// Makes the recogniser for a model folder and a locale. Throws Error.
 using RecogniserFactory = std::function<std::unique_ptr<Recogniser>(const WorkerArguments& arguments)>;

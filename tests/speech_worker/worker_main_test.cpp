@@ -2,8 +2,10 @@
 
 #include "base/error.h"
 #include "speech_worker/protocol.h"
+#include "support/leaking_room.h"
 #include "support/synthetic_voice.h"
 
+#include <algorithm>
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -119,7 +121,7 @@ TEST_F(WorkerMainTest, WrongUsageIsToldAndIsStatusTwo) {
         EXPECT_EQ(run(arguments), 2);
         ASSERT_EQ(messages.size(), 1U);
         EXPECT_EQ(message<protocol::Failure>(0).description,
-                  "usage: --model DIR --locale ID [--vad FILE] FILE");
+                  "usage: --model DIR --locale ID [--vad FILE] [--reference FILE] FILE");
     }
 }
 
@@ -179,6 +181,63 @@ TEST_F(WorkerMainTest, AFailureIsToldBehindWhatWasRecognised) {
     ASSERT_EQ(messages.size(), 2U);
     EXPECT_EQ(message<protocol::Utterance>(0).text, "Hello there");
     EXPECT_EQ(message<protocol::Failure>(1).description, "The file can't be read.");
+}
+
+/// A microphone that hears the loudspeakers, then the user.
+class EchoingWorkerMainTest : public WorkerMainTest {
+  protected:
+    EchoingWorkerMainTest() {
+        std::vector<float> played;
+        for (int i = 0; i < 4; ++i)
+            played = joined({played, silence(1), mixed(babble(2, 0.03F), hiss(2, 0.01F))});
+        record(folder / "system.m4a", played);
+        audio = joined({leaked(played, {-6, 40}), silence(1), babble(1, 0.05F), silence(1)});
+    }
+    int runWithReference(const std::string& name) {
+        return run({"--model", "/m", "--locale", "en_US", "--reference", folder / name, "/f.m4a"});
+    }
+
+    TemporaryFolder folder;
+};
+
+TEST_F(EchoingWorkerMainTest, WordsThatTheComputerPlayedAreNotTold) {
+    EXPECT_EQ(run(), 0);
+    EXPECT_EQ(messages.size(), 6U);
+    messages.clear();
+    EXPECT_EQ(runWithReference("system.m4a"), 0);
+    ASSERT_EQ(messages.size(), 2U);
+    EXPECT_NEAR(message<protocol::Utterance>(0).start, 13, 0.011);
+    EXPECT_EQ(message<protocol::Utterance>(0).text, "Hello there");
+    EXPECT_EQ(message<protocol::End>(1).lastSampleTime, 15.0);
+}
+
+TEST_F(EchoingWorkerMainTest, AReferenceThatCannotBeUsedCostsNothingButALineOnStandardError) {
+    writeFile(folder / "rubbish.m4a", "rubbish");
+    writeFile(folder / "nothing.m4a", "");
+    record(folder / "empty.m4a", {});
+    const std::vector<std::pair<std::string, std::string>> cases{
+        {"missing.m4a", "No such file or directory"},
+        {"rubbish.m4a", ""},
+        {"nothing.m4a", ""},
+        {"empty.m4a", "It is empty."},
+    };
+    for (const auto& [name, reason] : cases) {
+        messages.clear();
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(runWithReference(name), 0);
+        const std::string complaint = testing::internal::GetCapturedStderr();
+        EXPECT_NE(complaint.find("What the loudspeakers played is not removed, because " + name +
+                                 " can't be used: " + reason),
+                  std::string::npos)
+            << complaint;
+        EXPECT_EQ(messages.size(), 6U) << name;
+    }
+}
+
+TEST_F(EchoingWorkerMainTest, AMicrophoneTrackThatFailsIsToldAsEver) {
+    failure = Error("ffmpeg", -5, "The file can't be read.");
+    EXPECT_EQ(runWithReference("system.m4a"), 1);
+    EXPECT_EQ(message<protocol::Failure>(messages.size() - 1).description, "The file can't be read.");
 }
 
 /// Never returns by itself, so that only the end of standard input can end the process.

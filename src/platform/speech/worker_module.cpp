@@ -2,6 +2,7 @@
 
 #include "base/debug_log.h"
 #include "base/error.h"
+#include "base/recording_files.h"
 #include "platform/posix/child_process.h"
 #include "platform/speech/worker_engine.h"
 #include "speech_worker/protocol.h"
@@ -50,6 +51,14 @@ void logErrors(const ChildProcess& worker) {
     if (!text.empty()) DebugLog::log("[ts] speech worker: " + text);
 }
 
+/// Of a recording's microphone track: what the computer played meanwhile.
+std::optional<std::filesystem::path> systemTrackBeside(const std::filesystem::path& file) {
+    std::error_code ignored;
+    std::filesystem::path system = file.parent_path() / systemFileName;
+    if (file.filename() != voiceFileName || !std::filesystem::exists(system, ignored)) return std::nullopt;
+    return system;
+}
+
 /// Throws unless the worker ended in order with its last word said.
 std::optional<double> conclude(const ChildEnd& end, const Answer& answer) {
     if (end.how == ChildEnd::How::stopped)
@@ -88,12 +97,18 @@ void WorkerModule::collectResults(ResultHandler handler) {
 
 std::optional<double> WorkerModule::analyse(const std::filesystem::path& file, std::stop_token stop) {
     requireInstalled();
+    const std::filesystem::path track = std::filesystem::absolute(file); // never looks like an option
     std::vector<std::string> arguments = m_worker.arguments;
-    arguments.push_back(std::filesystem::absolute(file)); // an absolute path never looks like an option
+    if (const auto system = systemTrackBeside(track))
+        arguments.insert(arguments.end(), {"--reference", *system});
+    arguments.push_back(track);
     ChildProcess worker(m_worker.program, arguments);
     Answer answer(m_handler);
     try {
-        return conclude(worker.run([&](std::string_view line) { answer.read(line); }, stop), answer);
+        const auto lastSampleTime =
+            conclude(worker.run([&](std::string_view line) { answer.read(line); }, stop), answer);
+        logErrors(worker);
+        return lastSampleTime;
     } catch (const protocol::Violation& violation) {
         logErrors(worker);
         throw failure(EngineFailure::badOutput,

@@ -16,9 +16,10 @@ struct SpeechWorker {
 };
 
 /// Recognition of one file by one run of the worker. All results arrive inside analyse, each as soon as the
-/// worker tells it; finishing has nothing left to do. On failure one line of the debug log holds the end of
-/// the worker's standard error. Throws Error "engine" with a code of EngineFailure, and Error "posix" when
-/// the worker can't be started.
+/// worker tells it; finishing has nothing left to do. A recording's microphone track is recognised without
+/// what the loudspeakers leaked into it, if the system track lies beside it. One line of the debug log holds
+/// the end of the worker's standard error, if there is any and nobody asked for a stop. Throws Error "engine"
+/// with a code of EngineFailure, and Error "posix" when the worker can't be started.
 class WorkerModule final : public SpeechModule {
   public:
     explicit WorkerModule(SpeechWorker worker);

@@ -32,12 +32,15 @@ class WorkerEngineTest : public testing::Test {
     }
 
     std::optional<double> analyse(const std::stop_token& stop = {}) {
+        return analyse(folder / "voice track \u00e9.m4a", stop);
+    }
+    std::optional<double> analyse(const std::filesystem::path& file, const std::stop_token& stop = {}) {
         const auto module = engine.module(Locale("en_US"));
         module->collectResults([this](const SpeechResult& result) {
             results.push_back(result);
             if (onResult) onResult();
         });
-        const auto lastSampleTime = module->analyse(folder / "voice track \u00e9.m4a", stop);
+        const auto lastSampleTime = module->analyse(file, stop);
         module->waitForResults();
         return lastSampleTime;
     }
@@ -98,6 +101,28 @@ TEST_F(WorkerEngineTest, TheWorkerIsToldModelLocaleAndFile) {
     analyse();
     EXPECT_EQ(contentOf(folder / "arguments"), "--model\n" + model.string() + "\n--locale\nen_US\n" +
                                                    (folder / "voice track \u00e9.m4a").string() + "\n");
+}
+
+TEST_F(WorkerEngineTest, WithARecordingsVoiceTheWorkerGetsTheSystemTrackBesideIt) {
+    makeWorker("for argument; do echo \"$argument\"; done > arguments; " + end);
+    const auto argumentsFor = [this](const char* name) {
+        analyse(folder / name);
+        return contentOf(folder / "arguments");
+    };
+    const std::string always = "--model\n" + model.string() + "\n--locale\nen_US\n";
+    const std::string voice = (folder / "voice.m4a").string() + "\n";
+    const std::string system = (folder / "system.m4a").string() + "\n";
+    EXPECT_EQ(argumentsFor("voice.m4a"), always + voice) << "there is none";
+    writeFile(folder / "system.m4a", "");
+    EXPECT_EQ(argumentsFor("voice.m4a"), always + "--reference\n" + system + voice);
+    EXPECT_EQ(argumentsFor("system.m4a"), always + system);
+    EXPECT_EQ(argumentsFor("mix.m4a"), always + (folder / "mix.m4a").string() + "\n");
+}
+
+TEST_F(WorkerEngineTest, WhatTheWorkerComplainsOfIsLoggedEvenIfItSucceeds) {
+    makeWorker("echo 'no reference' >&2; " + end);
+    EXPECT_EQ(analyse(), 12.5);
+    EXPECT_THAT(log.messages(), ElementsAre("[ts] speech worker: no reference"));
 }
 
 TEST_F(WorkerEngineTest, AResultIsHandedOverWhileTheWorkerStillWorks) {

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/media/audio_reader.h"
+
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+
+/// The system track of a recording, as a reference that must not cost the transcript: when it can't be read
+/// (any further), it ends, and one line on standard error says why.
+class EchoReference {
+  public:
+    explicit EchoReference(std::filesystem::path file);
+
+    /// 16 kHz mono, any number of samples, valid until the next call; empty at the end.
+    std::span<const float> next();
+
+  private:
+    void complain(const std::string& reason) const;
+
+    std::filesystem::path m_file;
+    std::optional<SpeechAudioReader> m_reader; ///< missing before the first call
+    bool m_begun = false;
+    bool m_ended = false;
+};
