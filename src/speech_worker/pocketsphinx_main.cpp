@@ -5,6 +5,9 @@
 
 namespace {
 
+// Model and search take 130 MB of it, the shared libraries most of the rest.
+constexpr std::uint64_t mostMemory = std::uint64_t{1} << 30;
+
 std::unique_ptr<Recogniser> makeRecogniser(const WorkerArguments& arguments) {
     if (arguments.locale != "en_US")
         throw Error("engine", 1, "The built-in recogniser only knows en_US, not " + arguments.locale + ".");
@@ -14,5 +17,5 @@ std::unique_ptr<Recogniser> makeRecogniser(const WorkerArguments& arguments) {
 } // namespace
 
 int main(int argc, char** argv) {
-    return workerMain(argc, argv, makeRecogniser, decodeTo16kMono);
+    return workerMain(argc, argv, mostMemory, makeRecogniser, decodeTo16kMono);
 }

@@ -1,6 +1,7 @@
 #include "speech_worker/worker_main.h"
 
 #include "base/error.h"
+#include "speech_worker/confinement.h"
 #include "speech_worker/echo_reference.h"
 #include "speech_worker/echo_removal.h"
 #include "speech_worker/protocol.h"
@@ -8,6 +9,7 @@
 #include "speech_worker/utterance_text.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <optional>
 #include <thread>
@@ -19,6 +21,9 @@ namespace {
 constexpr int done = 0;
 constexpr int failed = 1;
 constexpr int wrongUsage = 2;
+// The parent allows three times the recording's length; this ends a worker that has lost its parent and
+// hangs.
+constexpr std::chrono::hours longestWork{24};
 // A cut can begin with a noise that was no word, long before the first word.
 constexpr double longestLeadIn = 0.5; // seconds
 constexpr double sampleRate = 16000;
@@ -131,9 +136,11 @@ int runWorker(std::span<char* const> arguments, const RecogniserFactory& makeRec
     return failed;
 }
 
-int workerMain(int argc, char** argv, const RecogniserFactory& makeRecogniser,
+int workerMain(int argc, char** argv, std::uint64_t mostMemory, const RecogniserFactory& makeRecogniser,
                const AudioStream& decode) noexcept {
     try {
+        for (const std::string& lack : confine({mostMemory, longestWork}))
+            std::fprintf(stderr, "%s\n", lack.c_str());
         endWithStandardInput();
         return runWorker(std::span(argv, static_cast<std::size_t>(argc)).subspan(1), makeRecogniser, decode,
                          writeToStandardOutput);

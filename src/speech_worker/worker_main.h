@@ -3,6 +3,7 @@
 #include "speech_worker/audio_stream.h"
 #include "speech_worker/recogniser.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -33,7 +34,8 @@ using LineSink = std::function<void(std::string_view line)>;
 int runWorker(std::span<char* const> arguments, const RecogniserFactory& makeRecogniser,
               const AudioStream& decode, const LineSink& tell);
 
-/// The same as a process: lines go to standard output, and the process ends at once when its standard input
-/// ends, because then nobody waits for the answer any more.
-int workerMain(int argc, char** argv, const RecogniserFactory& makeRecogniser,
+/// The same as a process: it shuts itself in first (see confine), with so many bytes of memory at most; what
+/// the kernel does not offer for that is said on standard error. Lines go to standard output, and the process
+/// ends at once when its standard input ends, because then nobody waits for the answer any more.
+int workerMain(int argc, char** argv, std::uint64_t mostMemory, const RecogniserFactory& makeRecogniser,
                const AudioStream& decode) noexcept;

@@ -22,14 +22,14 @@ ROOMS = {
     "platform/models": (["base", "transcription", "models", "platform/posix"], ["archive", "curl/", "nettle/"]),
     "platform/speech": (["base", "transcription", "models", "platform/posix", "speech_worker/protocol.h"],
                         ["nlohmann/"]),
-    "speech_worker": (["base", "platform/media"], ["nlohmann/", "pocketsphinx.h", "speex/", "sphinxbase/"]),
+    "speech_worker": (["base", "platform/media"], ["nlohmann/", "pocketsphinx.h", "seccomp.h", "speex/", "sphinxbase/"]),
     "cli": (["base", "capture", "transcription", "app", "models"], ["nlohmann/"]),
     # main.cpp with application and backends: the composition root
     "": (["base", "capture", "transcription", "app", "models", "ui", "cli", "platform/", "application.h", "backends.h"],
          ["Q"]),
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
-THIRD_PARTY = re.compile(r"^(pipewire/|spa/|libav|libsw|nlohmann/|pocketsphinx|speex/|sphinxbase/|systemd/|archive|curl/|nettle/|Q[A-Z]|Qt)")
+THIRD_PARTY = re.compile(r"^(pipewire/|spa/|libav|libsw|nlohmann/|pocketsphinx|seccomp\.h|speex/|sphinxbase/|systemd/|archive|curl/|nettle/|Q[A-Z]|Qt)")
 
 
 def room_of(path: str) -> str:

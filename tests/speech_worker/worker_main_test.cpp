@@ -251,7 +251,7 @@ TEST(WorkerMainDeathTest, TheProcessEndsWithItsStandardInput) {
         std::string arguments[] = {"worker", "--model", "/m", "--locale", "en_US", "/f.m4a"};
         char* pointers[6];
         for (std::size_t i = 0; i < 6; ++i) pointers[i] = arguments[i].data();
-        ::_exit(workerMain(6, pointers, hang, {}) + 100);
+        ::_exit(workerMain(6, pointers, std::uint64_t{1} << 30, hang, {}) + 100);
     };
     EXPECT_EXIT(workerWithoutInput(), testing::ExitedWithCode(1), "");
 }
