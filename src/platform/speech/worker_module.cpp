@@ -4,8 +4,8 @@
 #include "base/error.h"
 #include "base/recording_files.h"
 #include "platform/posix/child_process.h"
+#include "platform/speech/worker_answer.h"
 #include "platform/speech/worker_engine.h"
-#include "speech_worker/protocol.h"
 
 #include <algorithm>
 #include <cstring>
@@ -16,31 +16,6 @@ namespace {
 Error failure(EngineFailure code, const std::string& description) {
     return {"engine", static_cast<int>(code), description};
 }
-
-/// Collects what the worker says, line by line.
-class Answer {
-  public:
-    explicit Answer(const SpeechModule::ResultHandler& handler) : m_handler(handler) {}
-
-    void read(std::string_view line) {
-        if (m_end || m_failure) throw protocol::Violation("a line behind the last one");
-        std::visit([this](auto&& message) { take(std::forward<decltype(message)>(message)); },
-                   protocol::parse(line));
-    }
-    const std::optional<protocol::End>& end() const { return m_end; }
-    const std::optional<protocol::Failure>& failure() const { return m_failure; }
-
-  private:
-    void take(protocol::Utterance&& utterance) {
-        if (m_handler) m_handler({std::move(utterance.text), utterance.start});
-    }
-    void take(protocol::End end) { m_end = end; }
-    void take(protocol::Failure&& failure) { m_failure = std::move(failure); }
-
-    const SpeechModule::ResultHandler& m_handler;
-    std::optional<protocol::End> m_end;
-    std::optional<protocol::Failure> m_failure;
-};
 
 /// On one line, whatever the worker wrote.
 void logErrors(const ChildProcess& worker) {
@@ -60,7 +35,7 @@ std::optional<std::filesystem::path> systemTrackBeside(const std::filesystem::pa
 }
 
 /// Throws unless the worker ended in order with its last word said.
-std::optional<double> conclude(const ChildEnd& end, const Answer& answer) {
+std::optional<double> conclude(const ChildEnd& end, const WorkerAnswer& answer) {
     if (end.how == ChildEnd::How::stopped)
         throw failure(EngineFailure::stopped, "The transcription was stopped.");
     if (end.how == ChildEnd::How::lineTooLong)
@@ -103,7 +78,7 @@ std::optional<double> WorkerModule::analyse(const std::filesystem::path& file, s
         arguments.insert(arguments.end(), {"--reference", *system});
     arguments.push_back(track);
     ChildProcess worker(m_worker.program, arguments);
-    Answer answer(m_handler);
+    WorkerAnswer answer(m_handler);
     try {
         const auto lastSampleTime =
             conclude(worker.run([&](std::string_view line) { answer.read(line); }, stop), answer);
