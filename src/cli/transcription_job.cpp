@@ -2,6 +2,8 @@
 
 #include "base/number_text.h"
 
+#include <algorithm>
+#include <cmath>
 #include <future>
 #include <stop_token>
 
@@ -9,8 +11,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
+/// An utterance can be said to begin behind the end of its track.
 std::string progressText(const TranscriptionProgress& progress) {
-    return "Transcribing " + progress.track + "  " + minutesAndSeconds(progress.secondsDone) + " of " +
+    const double share = std::clamp(progress.secondsDone / progress.duration, 0.0, 1.0);
+    return "Transcribing " + progress.track + "  " + std::to_string(std::lround(share * 100)) + " % of " +
            minutesAndSeconds(progress.duration);
 }
 

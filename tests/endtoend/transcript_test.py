@@ -4,6 +4,7 @@
 import json
 import os
 import pathlib
+import pty
 import re
 import shutil
 import signal
@@ -50,6 +51,23 @@ def sound_starts(file, quiet=1.0, threshold=0.01):
             if loud:
                 last = time
     return starts
+
+
+def run_on_terminal(program, *arguments):
+    """What the program draws when standard error is a terminal."""
+    ours, terminal = pty.openpty()
+    process = subprocess.Popen([program, *map(str, arguments)], stderr=terminal, stdout=subprocess.DEVNULL,
+                               stdin=subprocess.DEVNULL)
+    os.close(terminal)
+    drawn = b""
+    try:
+        while piece := os.read(ours, 4096):
+            drawn += piece
+    except OSError:  # the terminal's other side is closed
+        pass
+    os.close(ours)
+    assert process.wait(LIMIT) == 0, drawn
+    return drawn.decode()
 
 
 class StagedConversation(TestCase):
@@ -204,6 +222,20 @@ class BrokenEngine(TestCase):
         process.kill()
         process.wait(LIMIT)
         wait_for(lambda: not worker_processes(), "the end of the worker")
+
+    def test_progress_is_shown_on_a_terminal_and_nowhere_else(self):
+        self.use_worker('for second in 1 3; do echo "{\\"start\\": $second, \\"end\\": 4, \\"text\\": \\"Hello\\"}"; done\n'
+                        'echo \'{"lastSampleTime": 4.0}\'')
+        command = ("transcribe", self.recording)
+        shown = run_on_terminal(self.program, *command)
+        for track in ("voice.m4a", "system.m4a"):
+            for share in (0, 25, 75):
+                self.assertIn(f"\r\x1b[KTranscribing {track}  {share} % of 00:04", shown)
+        self.assertTrue(shown.endswith("\r\x1b[K"), shown)
+        result = run(*command, program=self.program)
+        self.assertEqual(result.stdout, str(self.recording / "transcript.txt") + "\n")
+        self.assertNotIn("Transcribing", result.stderr)
+        self.assertNotIn("\x1b", result.stderr)
 
     def test_one_good_track_is_kept(self):
         self.use_worker('case "$*" in *voice*) exit 1;; esac\n'
