@@ -3,9 +3,11 @@
 #include "base/error.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <pocketsphinx.h>
+#include <sphinxbase/ckd_alloc.h>
 #include <sphinxbase/err.h>
 
 namespace {
@@ -25,14 +27,31 @@ std::vector<std::int16_t> asPcm16(std::span<const float> samples) {
     return pcm;
 }
 
+/// The library takes what is left of a damaged dictionary, which is in alphabetical order.
+bool knowsCommonWords(ps_decoder_t* decoder) {
+    return std::ranges::all_of(std::array{"and", "the", "you"}, [decoder](const char* word) {
+        char* const phones = ps_lookup_word(decoder, word);
+        ckd_free(phones);
+        return phones != nullptr;
+    });
+}
+
 std::vector<RecognisedWord> wordsOf(ps_decoder_t* decoder) {
+    logmath_t* const logarithms = ps_get_logmath(decoder);
     std::vector<RecognisedWord> words;
     Segment segment(ps_seg_iter(decoder));
     while (segment) {
         int first = 0;
         int last = 0;
+        int acoustic = 0; // relative to the best sound of each frame
         ps_seg_frames(segment.get(), &first, &last);
-        words.push_back({ps_seg_word(segment.get()), first / framesPerSecond, (last + 1) / framesPerSecond});
+        const int posterior = ps_seg_prob(segment.get(), &acoustic, nullptr, nullptr);
+        const int frames = last + 1 - first;
+        words.push_back({.text = ps_seg_word(segment.get()),
+                         .start = first / framesPerSecond,
+                         .end = (last + 1) / framesPerSecond,
+                         .score = WordScore{logmath_exp(logarithms, posterior),
+                                            -logmath_log_to_ln(logarithms, acoustic) / frames}});
         segment.reset(ps_seg_next(segment.release())); // frees the one that it leaves
     }
     return words;
@@ -58,7 +77,7 @@ PocketSphinxRecogniser::PocketSphinxRecogniser(const std::filesystem::path& mode
                                       language.c_str(), "-dict", dictionary.c_str(), "-remove_silence", "no",
                                       nullptr));
     if (m_configuration) m_decoder.reset(ps_init(m_configuration.get()));
-    if (!m_decoder)
+    if (!m_decoder || !knowsCommonWords(m_decoder.get()))
         throw Error("engine", 1, "The speech model in " + modelFolder.string() + " can't be loaded.");
 }
 

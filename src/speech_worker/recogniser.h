@@ -3,9 +3,17 @@
 #include "speech_worker/speech_cutter.h"
 
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
+
+/// How sure a recogniser is of a word.
+struct WordScore {
+    double posterior; ///< its probability among all words that the search considered, 0 to 1
+    double misfit;    ///< how much its sounds are less likely than the likeliest ones at that time, a natural
+                      ///< logarithm per 10 ms; 2 to 3 when people speak
+};
 
 /// One word as the recogniser spells it; fillers such as "<sil>" are words too. From an engine that tells no
 /// times it is all that was said in the cut.
@@ -15,6 +23,7 @@ struct RecognisedWord {
     double end;
     bool joined = false; ///< no space stands between it and the word before
     bool timed = true;   ///< false when start and end are those of the cut
+    std::optional<WordScore> score = std::nullopt; ///< where the recogniser tells
 };
 
 /// Turns a cut into words. One thread.

@@ -132,9 +132,17 @@ SpeechEvidence::SpeechEvidence(std::span<const float> cut) {
 }
 
 bool SpeechEvidence::hasVoice() const {
+    return voicedFrames() >= fewestVoicedFrames;
+}
+
+double SpeechEvidence::voicedShare() const {
+    return m_frames.empty() ? 0 : static_cast<double>(voicedFrames()) / static_cast<double>(m_frames.size());
+}
+
+std::ptrdiff_t SpeechEvidence::voicedFrames() const {
     return std::count_if(m_frames.begin(), m_frames.end(), [](const Frame& frame) {
-               return frame.periodicity > voicedPeriodicity && frame.lineShare < tonalLineShare;
-           }) >= fewestVoicedFrames;
+        return frame.periodicity > voicedPeriodicity && frame.lineShare < tonalLineShare;
+    });
 }
 
 bool SpeechEvidence::canBeWord(double start, double end) const {

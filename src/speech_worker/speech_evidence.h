@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <span>
 #include <vector>
 
@@ -17,6 +18,8 @@ class SpeechEvidence {
     /// False when nobody voiced anything in the whole cut. It cannot be asked of each word: reverberation and
     /// coding noise hide the periodicity of short ones.
     bool hasVoice() const;
+    /// The share of the frames in which somebody voices something, 0 to 1.
+    double voicedShare() const;
     /// Whether the sound from `start` to `end`, in seconds from the cut's beginning, can be one spoken word.
     bool canBeWord(double start, double end) const;
 
@@ -31,6 +34,7 @@ class SpeechEvidence {
     std::span<const Frame> frames() const { return m_frames; }
 
   private:
+    std::ptrdiff_t voicedFrames() const;
     std::size_t frameAt(double seconds) const;
 
     std::vector<Frame> m_frames;

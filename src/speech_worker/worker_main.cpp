@@ -6,6 +6,7 @@
 #include "speech_worker/echo_removal.h"
 #include "speech_worker/protocol.h"
 #include "speech_worker/speech_evidence.h"
+#include "speech_worker/spoken_path.h"
 #include "speech_worker/utterance_text.h"
 
 #include <cerrno>
@@ -54,6 +55,7 @@ std::vector<RecognisedWord> spokenWords(Recogniser& recogniser, std::span<const 
     const SpeechEvidence evidence(cut);
     if (!evidence.hasVoice()) return {}; // spares the recogniser, which is slowest on noise
     std::vector<RecognisedWord> words = recogniser.recognise(cut);
+    if (!looksSpoken(words, evidence.voicedShare())) return {};
     std::erase_if(words, [&](const RecognisedWord& word) {
         return isFiller(word.text) || (word.timed && !evidence.canBeWord(word.start, word.end));
     });

@@ -13,8 +13,8 @@
 #include <future>
 #include <gmock/gmock.h>
 #include <iterator>
-#include <sched.h>
 #include <linux/seccomp.h>
+#include <sched.h>
 #include <seccomp.h>
 #include <spawn.h>
 #include <sys/prctl.h>

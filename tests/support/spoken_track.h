@@ -38,15 +38,17 @@ inline std::vector<float> spoken(const std::string& voice, const std::string& se
     return samples;
 }
 
-/// Where speech begins, in seconds: the first of three 10 ms frames within 30 dB of the loudest one.
-inline double onsetOf(std::span<const float> samples) {
+/// Where speech begins, in seconds: the first of three 10 ms frames within so many decibels of the loudest
+/// one.
+inline double onsetOf(std::span<const float> samples, double decibels = 30) {
     std::vector<double> energies;
     for (std::size_t at = 0; at + 160 <= samples.size(); at += 160) {
         double sum = 0;
         for (const float sample : samples.subspan(at, 160)) sum += static_cast<double>(sample) * sample;
         energies.push_back(sum);
     }
-    const double threshold = *std::max_element(energies.begin(), energies.end()) / 1000;
+    const double threshold =
+        *std::max_element(energies.begin(), energies.end()) * std::pow(10, -decibels / 10);
     for (std::size_t i = 0; i + 2 < energies.size(); ++i)
         if (energies[i] > threshold && energies[i + 1] > threshold && energies[i + 2] > threshold)
             return static_cast<double>(i) / 100;
