@@ -60,7 +60,7 @@ inline std::vector<float> atThreefoldRate(std::span<const float> samples) {
     constexpr int reach = 24;
     constexpr double pi = std::numbers::pi;
     std::vector<float> result(samples.size() * 3);
-    std::array<std::array<float, 2 * reach>, 3> weights{};
+    std::array<std::array<float, std::size_t{2} * reach>, 3> weights{};
     for (int phase = 0; phase < 3; ++phase)
         for (int tap = 0; tap < 2 * reach; ++tap) {
             const double distance = phase / 3.0 - (tap - reach + 1);
