@@ -34,6 +34,8 @@ void Face::connectTray(AppState& state) {
         QObject::connect(m_tray.get(), signal, &m_context, action);
     };
     on(&TrayIcon::clicked, [this](const PanelAnchor& anchor) { m_panel->toggle(anchor); });
+    // It takes the keyboard: a panel that closes only then takes the menu with it.
+    on(&TrayIcon::menuOpening, [this] { m_panel->closeAtIcon(); });
     on(&TrayIcon::openChosen, [this] { openPanel(); });
     on(&TrayIcon::toggleChosen, [&state] { state.toggleRecording(); });
     on(&TrayIcon::quitChosen, [this] { m_model->quit(); });

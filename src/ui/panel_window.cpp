@@ -132,6 +132,10 @@ void PanelWindow::close() {
     m_window->hide();
 }
 
+void PanelWindow::closeAtIcon() {
+    if (m_anchor) close();
+}
+
 bool PanelWindow::isOpen() const {
     return m_window->isVisible();
 }

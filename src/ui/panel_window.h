@@ -37,6 +37,8 @@ class PanelWindow final : public QObject {
     void open(const PanelAnchor& anchor);
     void openAsOrdinaryWindow();
     void close();
+    /// As when the keyboard goes elsewhere: not the ordinary window.
+    void closeAtIcon();
     bool isOpen() const;
 
     QQuickWindow& window() { return *m_window; }

@@ -25,6 +25,7 @@ TrayIcon::TrayIcon(const QDBusConnection& sessionBus, const QString& iconThemePa
     connect(&m_item, &StatusNotifierItem::clicked, this,
             [this](const QPoint& physical) { Q_EMIT clicked(ClickPoint{physical}); });
     connect(&m_item, &StatusNotifierItem::menuWanted, this, [this] { m_menu.popup(QCursor::pos()); });
+    connect(&m_menu, &QMenu::aboutToShow, this, &TrayIcon::menuOpening);
     m_lookout.setInterval(3s);
     connect(&m_lookout, &QTimer::timeout, this, &TrayIcon::chooseHost);
     show({});

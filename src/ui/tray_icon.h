@@ -45,7 +45,8 @@ class TrayIcon final : public QObject {
     void hostChanged();
     /// The primary click, which opens the panel or closes it.
     void clicked(const PanelAnchor& anchor);
-    // The menu.
+    // The menu; it is told in time when we draw it ourselves.
+    void menuOpening();
     void openChosen();
     void toggleChosen();
     void quitChosen();

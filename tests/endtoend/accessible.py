@@ -21,11 +21,14 @@ def is_showing(element):
 
 
 class Desktop:
-    """All that a program named “murmelo” shows."""
+    """All that one program shows."""
+
+    def __init__(self, program="murmelo"):
+        self.program = program
 
     def windows(self):
         for program in pyatspi.Registry.getDesktop(0):
-            if program is not None and program.name == "murmelo":
+            if program is not None and program.name == self.program:
                 yield from (program.getChildAtIndex(i) for i in range(program.childCount))
 
     def all_found(self, role, name, window=None):
@@ -56,3 +59,8 @@ class Desktop:
     def description(self, role, name):
         found = self.all_found(role, name)
         return found[0].description if found else ""
+
+    def centre(self, role, name):
+        """Where the mouse finds it on the screen."""
+        area = self.find(role, name).queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+        return area.x + area.width // 2, area.y + area.height // 2

@@ -2,57 +2,21 @@
 """The whole program on a desktop, as a user without a mouse meets it. Inside a private session with bus and desktop."""
 
 import os
-import pathlib
 import re
-import shutil
 import signal
 import subprocess
-import tempfile
 import time
 from urllib.parse import unquote
 
-from accessible import Desktop
-from program import LIMIT, PROGRAM, SCRIPTS, TestCase, main, run, wait_for
+from desktop_case import PANEL, DesktopTest
+from program import LIMIT, SCRIPTS, main, run, wait_for
 
 FIRST_RUN = "Set up Murmelo"
-PANEL = "Murmelo"
 SAID = "When does the meeting begin tomorrow?"
 PLAYED = "The meeting will begin at nine in the morning."
 
 
-class DesktopTest(TestCase):
-    def setUp(self):
-        super().setUp()
-        self.home, self.config, self.opened = self.work / "home", self.work / "config", self.work / "opened"
-        for folder in (self.home, self.config / "murmelo"):
-            folder.mkdir(parents=True)
-        # What opens files on this desktop only notes them. Qt knows no openers in folders with a space.
-        programs = pathlib.Path(tempfile.mkdtemp())
-        self.addCleanup(shutil.rmtree, programs)
-        (programs / "xdg-open").write_text(f'#!/bin/sh\nprintf "%s\\n" "$1" >> "{self.opened}"\n')
-        (programs / "xdg-open").chmod(0o755)
-        self.env = {**os.environ, "HOME": str(self.home), "XDG_CONFIG_HOME": str(self.config),
-                    "PATH": f"{programs}:{os.environ['PATH']}", "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}
-        self.desktop = Desktop()
-
-    def settings(self, *lines):
-        (self.config / "murmelo" / "murmelo.conf").write_text("\n".join(["[General]", *lines]) + "\n")
-
-    def stored(self):
-        return (self.config / "murmelo" / "murmelo.conf").read_text()
-
-    def launch(self):
-        self.log = self.work / "log"
-        with self.log.open("w") as log:
-            program = subprocess.Popen([PROGRAM], env=self.env, stdin=subprocess.DEVNULL, stdout=log, stderr=log)
-        self.addCleanup(self.end, program)
-        return program
-
-    def end(self, program):
-        if program.poll() is None:
-            program.kill()
-        program.wait()
-
+class FirstRun(DesktopTest):
     def spoken(self, text, voice):
         sound = self.work / f"{voice}.wav"
         subprocess.run(["flite", "-voice", voice, "-t", text, "-o", sound], check=True)
@@ -63,9 +27,6 @@ class DesktopTest(TestCase):
         self.addCleanup(process.wait)
         self.addCleanup(os.killpg, process.pid, signal.SIGKILL)
         return process
-
-    def recordings(self):
-        return sorted(self.home.glob("Murmelo/recording-*"))
 
     def level(self, meter):
         found = re.match(r"(\d+) %", self.desktop.description("progress bar", meter))
@@ -78,8 +39,6 @@ class DesktopTest(TestCase):
                                 check=True, capture_output=True, text=True).stdout.strip()
         self.addCleanup(subprocess.run, ["pactl", "unload-module", module], check=False)
 
-
-class FirstRun(DesktopTest):
     def test_from_the_first_start_to_the_transcript(self):
         you, audio = self.spoken(SAID, "rms"), self.spoken(PLAYED, "slt")
         self.add_microphone("second_microphone", "Second")
@@ -142,20 +101,13 @@ class RunningProgram(DesktopTest):
         wait_for(lambda: self.active_window() == PANEL, "the panel's getting the keyboard")
         subprocess.run(["xdotool", "key", key], check=True)
 
-    def active_window(self):
-        return subprocess.run(["xdotool", "getactivewindow", "getwindowname"], capture_output=True, text=True,
-                              check=False).stdout.strip()
-
-    def status(self):
-        return run("status", env=self.env).stdout.splitlines()
-
     def test_a_key_can_be_bound_to_its_recording(self):
         self.assertEqual(self.status()[0], "Not recording")
-        self.assertEqual(run("toggle", env=self.env).returncode, 0)
-        wait_for(lambda: self.status()[0].startswith("Recording: 00:0"), "the recording")
+        self.toggle()
+        self.wait_for_status("Recording: 00:0")
         time.sleep(1)  # of sound
-        self.assertEqual(run("toggle", env=self.env).returncode, 0)
-        wait_for(lambda: self.status()[0] == "Not recording", "the end of the recording")
+        self.toggle()
+        self.wait_for_status("Not recording")
         folder, = self.recordings()
         self.assertEqual(self.status()[2], f"Last recording: {folder}")
         self.assert_whole(folder)
@@ -184,8 +136,8 @@ class RunningProgram(DesktopTest):
         self.addCleanup(bus.kill)
         self.env["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().strip()
         program = self.launch()
-        wait_for(lambda: self.status()[1:] != [], "the start of the program")
-        self.assertEqual(run("toggle", env=self.env).returncode, 0)
+        self.wait_for_status("Not recording")
+        self.toggle()
         wait_for(lambda: self.recordings(), "the recording")
         time.sleep(1.5)  # of sound
         bus.kill()
@@ -207,8 +159,8 @@ class LostScreen(DesktopTest):
         with os.fdopen(reading) as number:
             self.env["DISPLAY"] = f":{number.readline().strip()}"
         program = self.launch()
-        wait_for(lambda: len(run("status", env=self.env).stdout.splitlines()) > 1, "the start of the program")
-        self.assertEqual(run("toggle", env=self.env).returncode, 0)
+        self.wait_for_status("Not recording")
+        self.toggle()
         wait_for(lambda: self.recordings(), "the recording")
         time.sleep(2)  # of sound
         screen.kill()

@@ -74,6 +74,15 @@ TEST_F(PanelWindowTest, AClickOutsideCloses) {
     EXPECT_FALSE(m_panel->isOpen());
 }
 
+TEST_F(PanelWindowTest, TheIconsMenuClosesItButNotAnOrdinaryWindow) {
+    m_panel->open(click());
+    m_panel->closeAtIcon();
+    EXPECT_FALSE(m_panel->isOpen());
+    m_panel->openAsOrdinaryWindow();
+    m_panel->closeAtIcon();
+    EXPECT_TRUE(m_panel->isOpen());
+}
+
 TEST_F(PanelWindowTest, TheClickOnTheIconThatTookTheKeyboardDoesNotOpenItAgain) {
     openAndActivate();
     clickOutside();

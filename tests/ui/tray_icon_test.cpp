@@ -138,7 +138,12 @@ TEST_F(TrayIconTest, WhatIsChosenIsPassedOn) {
     QObject::connect(&icon, &TrayIcon::quitChosen, [&] { heard.emplace_back("quit"); });
     for (const int entry : {1, 2, 4}) choose(tray, entry);
     EXPECT_THAT(heard, ElementsAre("open", "toggle", "quit"));
-    for (QAction* const action : icon.menu().actions()) action->trigger(); // an X11 tray's
+    QObject::connect(&icon, &TrayIcon::menuOpening, [&] { heard.emplace_back("menu"); });
+    icon.menu().popup({});
+    EXPECT_EQ(heard.back(), "menu") << "an X11 tray's";
+    icon.menu().hide();
+    heard.pop_back();
+    for (QAction* const action : icon.menu().actions()) action->trigger();
     EXPECT_THAT(heard, ElementsAre("open", "toggle", "quit", "open", "toggle", "quit"));
 }
 
