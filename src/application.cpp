@@ -109,8 +109,6 @@ class Application {
     TerminationNotifier m_termination;
     DesktopWorkspace m_workspace;
     DesktopNotices m_notices{QDBusConnection::sessionBus(), m_workspace};
-    QtMainQueue m_main;
-    Face m_face{QDBusConnection::sessionBus(), m_workspace, m_main};
     ThreadQueue m_timers{"timers"};
     Mp4Recovery m_recovery;
     Sound m_sound{m_notices};
@@ -118,26 +116,41 @@ class Application {
     ServerKeeper m_serverKeeper{m_sound.connection};
     IniSettingsStore m_settings{settingsFile()};
     DesktopMicAuthorization m_micAuthorization{QDBusConnection::sessionBus()};
+    QtMainQueue m_main; // after the sound: what still waits in it may hold an engine
+    Face m_face{QDBusConnection::sessionBus(), m_workspace, m_main};
     JobThreads m_jobs; // before the state: joined once the state is gone
     std::shared_ptr<AppState> m_state;
     QObject m_context; // ends the connections
 };
 
-/// Qt ends the process by exit() when its display goes away, and nothing on the stack is destroyed.
+/// Qt ends the process when its display goes away, and nothing on the stack is destroyed: X11's by exit(),
+/// Wayland's by _exit(), which only a message comes before. All of it on the main thread.
 class FilesAreClosedAtExit {
   public:
     explicit FilesAreClosedAtExit(Application& application) {
         s_running = &application;
-        std::atexit([] {
-            if (s_running != nullptr) s_running->exitNow(EXIT_FAILURE);
-        });
+        std::atexit(closeFiles);
+        s_otherHandler = qInstallMessageHandler(handle);
     }
-    ~FilesAreClosedAtExit() { s_running = nullptr; }
+    ~FilesAreClosedAtExit() {
+        qInstallMessageHandler(s_otherHandler);
+        s_running = nullptr;
+    }
     FilesAreClosedAtExit(const FilesAreClosedAtExit&) = delete;
     FilesAreClosedAtExit& operator=(const FilesAreClosedAtExit&) = delete;
 
   private:
+    static void closeFiles() {
+        if (s_running != nullptr) s_running->exitNow(EXIT_FAILURE);
+    }
+    static void handle(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+        s_otherHandler(type, context, text);
+        // “… broke. …” or “… experienced a fatal error: …”
+        if (text.startsWith(QLatin1String("The Wayland connection "))) closeFiles();
+    }
+
     static inline Application* s_running = nullptr;
+    static inline QtMessageHandler s_otherHandler = nullptr;
 };
 
 /// It neither shows itself nor minds another one that runs.
