@@ -102,6 +102,7 @@ Peak peakOf(const Correlation& correlation) {
 std::vector<EchoDelay> echoDelays(std::span<const float> microphone, std::span<const float> system) {
     std::vector<EchoDelay> delays;
     Correlation whole(2 * longestDelay);
+    bool plain = false;
     for (std::size_t at = 0; at + echoBlock <= std::min(microphone.size(), system.size()); at += echoBlock) {
         const std::span<const float> heard = microphone.subspan(at, echoBlock);
         const std::span<const float> played = system.subspan(at, echoBlock);
@@ -110,9 +111,10 @@ std::vector<EchoDelay> echoDelays(std::span<const float> microphone, std::span<c
         const Peak peak = peakOf(correlation);
         if (peak.delay < shortestEcho) continue;
         std::transform(whole.begin(), whole.end(), correlation.begin(), whole.begin(), std::plus<>());
+        plain = plain || peak.sharpness > plainInStretch; // a drift blurs the stretch
         if (peak.sharpness > plainInBlock)
             delays.push_back({(static_cast<double>(at) + echoBlock / 2.0) / sampleRate, peak.delay});
     }
-    if (peakOf(whole).sharpness <= plainInStretch) delays.clear();
+    if (!plain && peakOf(whole).sharpness <= plainInStretch) delays.clear();
     return delays;
 }
