@@ -11,7 +11,7 @@ constexpr double farthest = 0.015; // seconds
 constexpr double leastDrift = 15e-6;
 constexpr double shortestSpan = 8; // seconds between two estimates: nearer ones tell little of the drift
 constexpr double leastOfSpan = 0.3;
-constexpr std::size_t fewestSlopes = 6;
+constexpr std::size_t fewestSlopes = 3;
 
 double median(std::vector<double> values) {
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
