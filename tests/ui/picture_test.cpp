@@ -17,8 +17,8 @@ struct Look {
     Qt::LayoutDirection direction = Qt::LeftToRight;
 };
 
-/// Compares what is drawn with the pictures in tests/ui/pictures. With MURMELO_RENEW_PICTURES set it writes
-/// them instead: look at each before you keep it.
+/// Compares what is drawn with the pictures in tests/ui/pictures. With MURMELO_WRITE_PICTURES set it writes
+/// them into that folder instead: look at each before you keep it.
 class Pictures : public UiFixture, public testing::WithParamInterface<Look> {
   protected:
     void SetUp() override {
@@ -56,12 +56,11 @@ class Pictures : public UiFixture, public testing::WithParamInterface<Look> {
         const int dots = static_cast<int>(std::lround(m_window->devicePixelRatio()));
         const QString name =
             QString::fromStdString(scene + '-' + GetParam().name + (dots > 1 ? "-2x" : "") + ".png");
-        const QString file = QDir(MURMELO_PICTURES).filePath(name);
-        if (qEnvironmentVariableIsSet("MURMELO_RENEW_PICTURES")) {
-            write(drawn, file);
+        if (const QString folder = qEnvironmentVariable("MURMELO_WRITE_PICTURES"); !folder.isEmpty()) {
+            write(drawn, QDir(folder).filePath(name));
             return;
         }
-        const QImage expected(file);
+        const QImage expected(QDir(MURMELO_PICTURES).filePath(name));
         ASSERT_EQ(drawn.size(), expected.size()) << name.toStdString();
         if (const double share = shareOfDifferentPixels(drawn, expected); share > 0.002) {
             drawn.save("drawn-" + name);
