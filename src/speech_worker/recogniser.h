@@ -21,8 +21,8 @@ struct RecognisedWord {
     std::string text;
     double start; ///< seconds from the first sample of the cut
     double end;
-    bool joined = false; ///< no space stands between it and the word before
-    bool timed = true;   ///< false when start and end are those of the cut
+    bool joined = false;                           ///< no space stands between it and the word before
+    bool timed = true;                             ///< false when start and end are those of the cut
     std::optional<WordScore> score = std::nullopt; ///< where the recogniser tells
 };
 
