@@ -59,7 +59,7 @@ fetch_speech_engine() {
   local lock=$setup_root/scripts/sherpa-onnx target=$setup_root/build/sherpa-onnx
   [[ $(uname -m) =~ ^(x86_64|aarch64)$ ]] || return 0
   if cmp -s {"$lock","$target"}/package-lock.json; then return; fi
-  command -v npm > /dev/null || (install_packages npm) || true
+  command -v npm > /dev/null || (install_packages npm) || true # what follows says what is missing
   say "Fetching the speech engine sherpa-onnx"
   rm -rf "$target.part"
   mkdir -p "$target.part"

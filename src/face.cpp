@@ -55,7 +55,6 @@ void Face::colourPanel() {
 }
 
 void Face::openPanel() {
-    if (!m_panel) return;
     if (m_tray->host() == TrayIcon::Host::none)
         m_panel->openAsOrdinaryWindow();
     else

@@ -1,6 +1,7 @@
 #include "speech_worker/sherpa_library.h"
 
 #include "base/error.h"
+#include "speech_worker/sherpa_folder.h"
 
 #include <dlfcn.h>
 #include <string>
@@ -27,18 +28,10 @@ void find(Function*& function, void* library, const std::filesystem::path& file,
 
 } // namespace
 
-std::filesystem::path sherpaFolder(const std::filesystem::path& executableFolder) {
-    const std::filesystem::path part = std::filesystem::path("lib/murmelo/sherpa-onnx") / sherpa::version;
-    std::error_code ignored;
-    std::filesystem::path inBuildTree = (executableFolder / ".." / part).lexically_normal();
-    if (std::filesystem::exists(inBuildTree, ignored)) return inBuildTree;
-    return (executableFolder / "../.." / part).lexically_normal();
-}
-
 SherpaLibrary::SherpaLibrary(const std::filesystem::path& folder) {
     // First what it is linked to, so that no other library of that name is taken for it.
     open(folder / "libonnxruntime.so");
-    const std::filesystem::path file = folder / "libsherpa-onnx-c-api.so";
+    const std::filesystem::path file = folder / sherpaLibraryName;
     void* library = open(file);
 
     find(m_api.getVersionStr, library, file, "SherpaOnnxGetVersionStr");

@@ -10,10 +10,6 @@
 #include <new>
 #include <string>
 
-/// Where sherpa-onnx is for a program in this folder: in ../lib/ (the build tree), else in ../../lib/ (the
-/// installed tree), which is also the answer when it is in neither.
-std::filesystem::path sherpaFolder(const std::filesystem::path& executableFolder);
-
 /// sherpa-onnx, loaded from exactly this folder, and of exactly the version that its functions are declared
 /// for. It stays loaded until the process ends, as its threads may.
 class SherpaLibrary {

@@ -1,4 +1,5 @@
 #include "platform/media/audio_reader.h"
+#include "speech_worker/sherpa_folder.h"
 #include "speech_worker/sherpa_recogniser.h"
 #include "speech_worker/worker_main.h"
 

@@ -1,6 +1,7 @@
 #include "speech_worker/sherpa_library.h"
 
 #include "base/error.h"
+#include "speech_worker/sherpa_folder.h"
 #include "speech_worker/sherpa_recogniser.h"
 #include "support/temporary_folder.h"
 

@@ -2,7 +2,7 @@
 
 #include "support/temporary_folder.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 namespace {
 
@@ -18,7 +18,7 @@ class SherpaWorkerTest : public testing::Test {
     }
 
     TemporaryFolder folder;
-    const std::string library = "sherpa-onnx/1.13.4/libsherpa-onnx-c-api.so";
+    const std::string library = "sherpa-onnx/1.13.8/libsherpa-onnx-c-api.so";
 };
 
 TEST_F(SherpaWorkerTest, TheInstalledTreeIsCompleteWithWorkerAndLibrary) {
@@ -42,10 +42,16 @@ TEST_F(SherpaWorkerTest, AMissingWorkerIsNamed) {
 
 TEST_F(SherpaWorkerTest, AMissingLibraryIsNamedWithWhatBringsIt) {
     makeFile("libexec/murmelo/murmelo-speech-sherpa-onnx");
-    makeFile("lib/murmelo/sherpa-onnx/1.13.4/libonnxruntime.so"); // half of it is not enough
+    makeFile("lib/murmelo/sherpa-onnx/1.13.8/libonnxruntime.so"); // half of it is not enough
     EXPECT_EQ(missingPart("bin"), "Speech models need the library sherpa-onnx, which is not in " +
-                                      (folder / "lib/murmelo/sherpa-onnx").string() +
+                                      (folder / "lib/murmelo/sherpa-onnx/1.13.8").string() +
                                       ": “./run” in Murmelo's source folder gets it.");
+}
+
+TEST_F(SherpaWorkerTest, AnotherVersionsLibraryIsAsGoodAsNone) {
+    makeFile("libexec/murmelo/murmelo-speech-sherpa-onnx");
+    makeFile("lib/murmelo/sherpa-onnx/1.13.7/libsherpa-onnx-c-api.so");
+    EXPECT_THAT(missingPart("bin"), testing::HasSubstr("which is not in"));
 }
 
 } // namespace
