@@ -1,6 +1,7 @@
 #include "cli/models_command.h"
 
 #include "cli/model_installation_job.h"
+#include "support/command_run.h"
 #include "support/fake_model_store.h"
 #include "support/some_model.h"
 
@@ -30,17 +31,12 @@ class ModelsCommandTest : public testing::Test {
 
     ExitStatus run(std::vector<std::string> words) {
         words.insert(words.begin(), "models");
-        std::vector<char*> argv;
-        argv.reserve(words.size() + 1);
-        for (std::string& word : words) argv.push_back(word.data());
-        argv.push_back(nullptr);
-        testing::internal::CaptureStdout();
-        testing::internal::CaptureStderr();
-        const ExitStatus status =
-            modelsCommand(static_cast<int>(words.size()), argv.data(), store, engineMissing, signals);
-        output = testing::internal::GetCapturedStdout();
-        errors = testing::internal::GetCapturedStderr();
-        return status;
+        const CommandRun done = runCommand(std::move(words), [&](int argc, char** argv) {
+            return modelsCommand(argc, argv, store, engineMissing, signals);
+        });
+        output = done.output;
+        errors = done.errors;
+        return done.status;
     }
 
     TerminationSignals signals;

@@ -1,5 +1,6 @@
 #include "cli/recover_command.h"
 
+#include "support/command_run.h"
 #include "support/environment.h"
 #include "support/temporary_folder.h"
 
@@ -28,16 +29,11 @@ class RecoverCommandTest : public testing::Test {
   protected:
     ExitStatus run(std::vector<std::string> words) {
         words.insert(words.begin(), "recover");
-        std::vector<char*> argv;
-        argv.reserve(words.size() + 1);
-        for (std::string& word : words) argv.push_back(word.data());
-        argv.push_back(nullptr);
-        testing::internal::CaptureStdout();
-        testing::internal::CaptureStderr();
-        const ExitStatus status = recoverCommand(static_cast<int>(words.size()), argv.data(), recovery);
-        output = testing::internal::GetCapturedStdout();
-        errors = testing::internal::GetCapturedStderr();
-        return status;
+        const CommandRun done = runCommand(
+            std::move(words), [&](int argc, char** argv) { return recoverCommand(argc, argv, recovery); });
+        output = done.output;
+        errors = done.errors;
+        return done.status;
     }
 
     TemporaryFolder folder;

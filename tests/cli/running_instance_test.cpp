@@ -1,5 +1,6 @@
 #include "cli/status_command.h"
 #include "cli/toggle_command.h"
+#include "support/command_run.h"
 #include "support/fake_running_instance.h"
 
 #include <gtest/gtest.h>
@@ -9,27 +10,16 @@ namespace {
 
 class RunningInstanceCommands : public testing::Test {
   protected:
-    /// What the command wrote, and how it ended.
-    struct Outcome {
-        ExitStatus status;
-        std::string output;
-        std::string errors;
-    };
     using Command = ExitStatus (*)(int, char**, RunningInstance&);
 
-    Outcome run(Command command, std::vector<std::string> words) {
-        std::vector<char*> argv;
-        argv.reserve(words.size() + 1);
-        for (std::string& word : words) argv.push_back(word.data());
-        argv.push_back(nullptr);
-        testing::internal::CaptureStdout();
-        testing::internal::CaptureStderr();
-        const ExitStatus status = command(static_cast<int>(words.size()), argv.data(), m_running);
-        const std::string output = testing::internal::GetCapturedStdout();
-        return {status, output, testing::internal::GetCapturedStderr()};
+    CommandRun run(Command command, std::vector<std::string> words) {
+        return runCommand(std::move(words),
+                          [&](int argc, char** argv) { return command(argc, argv, m_running); });
     }
-    Outcome toggle() { return run(toggleCommand, {"toggle"}); }
-    Outcome status(const std::vector<std::string>& words = {"status"}) { return run(statusCommand, words); }
+    CommandRun toggle() { return run(toggleCommand, {"toggle"}); }
+    CommandRun status(const std::vector<std::string>& words = {"status"}) {
+        return run(statusCommand, words);
+    }
 
     AppStatus& runs() { return m_running.current.emplace(); }
 
@@ -38,7 +28,7 @@ class RunningInstanceCommands : public testing::Test {
 
 TEST_F(RunningInstanceCommands, ToggleIsSilentWhenItIsDone) {
     runs().canToggle = true;
-    const Outcome outcome = toggle();
+    const CommandRun outcome = toggle();
     EXPECT_EQ(outcome.status, ExitStatus::done);
     EXPECT_EQ(outcome.output + outcome.errors, "");
     EXPECT_EQ(m_running.toggles, 1);
@@ -54,7 +44,7 @@ TEST_F(RunningInstanceCommands, ToggleDoesNotPressAButtonThatIsOff) {
 }
 
 TEST_F(RunningInstanceCommands, WhereNoneRunsBothSaySo) {
-    for (const Outcome& outcome : {toggle(), status(), status({"status", "--json"})}) {
+    for (const CommandRun& outcome : {toggle(), status(), status({"status", "--json"})}) {
         EXPECT_EQ(outcome.status, ExitStatus::failed);
         EXPECT_EQ(outcome.output, "");
         EXPECT_EQ(outcome.errors, "Murmelo is not running on this desktop.\n");
@@ -63,7 +53,7 @@ TEST_F(RunningInstanceCommands, WhereNoneRunsBothSaySo) {
 
 TEST_F(RunningInstanceCommands, OneThatDoesNotAnswerIsToldApart) {
     m_running.fault.emplace("posix", 1, "Murmelo runs, but it does not answer.");
-    for (const Outcome& outcome : {toggle(), status()}) {
+    for (const CommandRun& outcome : {toggle(), status()}) {
         EXPECT_EQ(outcome.status, ExitStatus::failed);
         EXPECT_EQ(outcome.errors, "Murmelo runs, but it does not answer.\n");
     }

@@ -13,9 +13,12 @@ import tarfile
 import threading
 import unittest
 
-from program import LIMIT, PROGRAM, TestCase, last_line, main, run, silent_recording, wait_for
+from program import LIMIT, PROGRAM, SCRIPTS, TestCase, last_line, main, run, silent_recording, wait_for
 
 ID = "small-en"
+# The library that the program wants, in the one version that it works with.
+LIBRARY_VERSION = json.loads((SCRIPTS / "sherpa-onnx/package.json").read_text())["optionalDependencies"][
+    "sherpa-onnx-linux-x64"]
 
 
 def archive():
@@ -76,7 +79,7 @@ class SpeechModels(TestCase):
         shutil.copy(PROGRAM, self.program)
         self.make_worker("murmelo-speech-sherpa-onnx", "the model")
         self.make_worker("murmelo-speech-pocketsphinx", "the built-in engine")
-        self.make("lib/murmelo/sherpa-onnx/1/libsherpa-onnx-c-api.so", "")
+        self.make(f"lib/murmelo/sherpa-onnx/{LIBRARY_VERSION}/libsherpa-onnx-c-api.so", "")
         self.server = Server(archive())
         self.addCleanup(self.server.end)
         self.write_catalogue(self.server.url())

@@ -3,6 +3,7 @@
 import json
 import os
 import pathlib
+import pty
 import shutil
 import signal
 import subprocess
@@ -23,6 +24,23 @@ def run(*arguments, program=None, env=None, limit=LIMIT, **options):
     """The finished process, with its output as text."""
     return subprocess.run([program or PROGRAM, *map(str, arguments)], capture_output=True, text=True, timeout=limit,
                           env={**os.environ, **(env or {})}, stdin=subprocess.DEVNULL, **options)
+
+
+def run_on_terminal(program, *arguments):
+    """What the program draws when standard error is a terminal."""
+    ours, terminal = pty.openpty()
+    process = subprocess.Popen([program, *map(str, arguments)], stderr=terminal, stdout=subprocess.DEVNULL,
+                               stdin=subprocess.DEVNULL)
+    os.close(terminal)
+    drawn = b""
+    try:
+        while piece := os.read(ours, 4096):
+            drawn += piece
+    except OSError:  # the terminal's other side is closed
+        pass
+    os.close(ours)
+    assert process.wait(LIMIT) == 0, drawn
+    return drawn.decode()
 
 
 def last_line(text):

@@ -4,7 +4,6 @@
 import json
 import os
 import pathlib
-import pty
 import re
 import shutil
 import signal
@@ -12,7 +11,8 @@ import subprocess
 import time
 import unittest
 
-from program import LIMIT, PROGRAM, Logind, Recording, TestCase, decoded_frames, last_line, main, run, wait_for
+from program import LIMIT, PROGRAM, Logind, Recording, TestCase, decoded_frames, last_line, main, run, run_on_terminal, \
+    wait_for
 
 NO_MICROPHONE = "No microphone was found. Is one connected, and is the sound server (PipeWire) running?"
 FILES = ["voice.m4a", "system.m4a", "mix.m4a"]
@@ -130,20 +130,9 @@ class Recordings(TestCase):
         self.assert_nothing_left()
 
     def test_terminal_shows_levels_and_time_below_the_log(self):
-        ours, theirs = pty.openpty()
-        process = subprocess.Popen([PROGRAM, "record", "--seconds=1", "--folder", self.work / "r"],
-                                   stderr=theirs, stdout=subprocess.DEVNULL, stdin=subprocess.DEVNULL)
-        os.close(theirs)
-        shown = b""
-        try:
-            while piece := os.read(ours, 4096):
-                shown += piece
-        except OSError:  # the terminal's other end is closed
-            pass
-        self.assertEqual(process.wait(LIMIT), 0)
-        os.close(ours)
-        self.assertIn("\r\x1b[KRecording 00:00  You ", shown.decode())
-        self.assertIn("\r\x1b[K[rec] stopped;", shown.decode())
+        shown = run_on_terminal(PROGRAM, "record", "--seconds=1", "--folder", self.work / "r")
+        self.assertIn("\r\x1b[KRecording 00:00  You ", shown)
+        self.assertIn("\r\x1b[K[rec] stopped;", shown)
 
     def test_result_that_cannot_be_printed_leaves_the_recording_whole(self):
         with open("/dev/full", "w") as full:

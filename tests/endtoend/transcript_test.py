@@ -4,15 +4,14 @@
 import json
 import os
 import pathlib
-import pty
 import re
 import shutil
 import signal
 import subprocess
 import unittest
 
-from program import LIMIT, PROGRAM, SCRIPTS, TestCase, decoded_frames, last_line, main, run, silent_recording, wait_for, \
-    worker_processes
+from program import LIMIT, PROGRAM, SCRIPTS, TestCase, decoded_frames, last_line, main, run, run_on_terminal, \
+    silent_recording, wait_for, worker_processes
 
 NOTHING = "Transcription failed: No speech recognized."
 WORKER = "libexec/murmelo-speech-pocketsphinx"
@@ -51,23 +50,6 @@ def sound_starts(file, quiet=1.0, threshold=0.01):
             if loud:
                 last = time
     return starts
-
-
-def run_on_terminal(program, *arguments):
-    """What the program draws when standard error is a terminal."""
-    ours, terminal = pty.openpty()
-    process = subprocess.Popen([program, *map(str, arguments)], stderr=terminal, stdout=subprocess.DEVNULL,
-                               stdin=subprocess.DEVNULL)
-    os.close(terminal)
-    drawn = b""
-    try:
-        while piece := os.read(ours, 4096):
-            drawn += piece
-    except OSError:  # the terminal's other side is closed
-        pass
-    os.close(ours)
-    assert process.wait(LIMIT) == 0, drawn
-    return drawn.decode()
 
 
 class StagedConversation(TestCase):
