@@ -24,8 +24,9 @@ struct State {
     std::filesystem::path url = logFile(surroundings.home);
 };
 
+/// Never destroyed: the files of a recording may be closed, and that be logged, by a handler of exit().
 State& state() {
-    static State instance;
+    static State& instance = *new State;
     return instance;
 }
 

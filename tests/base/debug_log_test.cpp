@@ -1,8 +1,11 @@
 #include "base/debug_log.h"
 
 #include "support/log_capture.h"
+#include "support/temporary_folder.h"
 
+#include <cstdlib>
 #include <filesystem>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <thread>
@@ -89,6 +92,21 @@ TEST(DebugLog, LinesOfSeveralThreadsStayWhole) {
     std::string line;
     std::getline(lines, line);
     while (std::getline(lines, line)) EXPECT_EQ(line, stamp + "[rec] a line");
+}
+
+/// A handler of exit() runs when what was made after it is destroyed already.
+[[noreturn]] void logAtExit(const std::filesystem::path& home) {
+    std::atexit([] { DebugLog::log("[rec] the last line"); });
+    DebugLog::Surroundings surroundings = DebugLog::systemSurroundings();
+    surroundings.home = home;
+    DebugLog::replaceSurroundings(std::move(surroundings));
+    std::exit(0);
+}
+
+TEST(DebugLogDeathTest, HandlersOfExitCanStillLog) {
+    const TemporaryFolder home;
+    EXPECT_EXIT(logAtExit(home.path()), testing::ExitedWithCode(0), "the last line");
+    EXPECT_THAT(contentOf(home.path() / "Music/Murmelo/debug.log"), testing::HasSubstr("the last line"));
 }
 
 } // namespace

@@ -79,10 +79,21 @@ def silent_recording(folder, source="anullsrc=r=48000:cl=stereo", seconds=4):
     return folder
 
 
+def sound_objects():
+    """All of the sound server. When some change meanwhile, pw-dump adds an array with what has become of them."""
+    text = subprocess.run(["pw-dump"], capture_output=True, check=True, text=True).stdout
+    objects = {}
+    while text := text.lstrip():
+        array, end = json.JSONDecoder().raw_decode(text)
+        objects.update((each["id"], each) for each in array)
+        text = text[end:]
+    return objects.values()
+
+
 def murmelo_nodes():
     """What the program shows to the sound server."""
-    dump = json.loads(subprocess.run(["pw-dump"], capture_output=True, check=True).stdout)
-    properties = [o.get("info", {}).get("props", {}) for o in dump if o.get("type", "").endswith(":Node")]
+    infos = [o.get("info") or {} for o in sound_objects() if o.get("type", "").endswith(":Node")]
+    properties = [info.get("props", {}) for info in infos]
     return [p.get("node.name") for p in properties if "murmelo" in p.get("node.name", "").lower()
             or p.get("application.process.binary") == "murmelo"]
 
