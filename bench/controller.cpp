@@ -144,7 +144,8 @@ int main(int argc, char** argv) {
     TimedMain main(figures);
     ThreadQueue timers("timers");
     StatusLine line;
-    Sound sound(line);
+    LateModule late(executableFolder());
+    Sound sound(late, line);
     sound.connection.connect();
     Desktop desktop;
     {

@@ -22,6 +22,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <mutex>
 #include <unistd.h>
 
 namespace {
@@ -81,7 +82,7 @@ class Application {
             .systemAudioWorks = [this] { return m_sound.captureCheck().systemAudioWorks(); },
             .transcribeRecording =
                 [this](const std::filesystem::path& folder, const std::stop_token& stop) {
-                    std::filesystem::path transcript = m_speech.transcriber.transcribeRecording(folder, stop);
+                    std::filesystem::path transcript = speech().transcriber.transcribeRecording(folder, stop);
                     m_notices.tellTranscriptReady(transcript);
                     return transcript;
                 },
@@ -93,6 +94,13 @@ class Application {
             },
             .exit = [this](int status) { exitNow(status); },
         };
+    }
+
+    /// On the threads of jobs.
+    Speech& speech() {
+        const std::lock_guard lock(m_speechMutex);
+        if (!m_speech) m_speech.emplace(m_late, m_timers);
+        return *m_speech;
     }
 
     void recoverRecordings() {
@@ -111,8 +119,10 @@ class Application {
     DesktopNotices m_notices{QDBusConnection::sessionBus(), m_workspace};
     ThreadQueue m_timers{"timers"};
     Mp4Recovery m_recovery;
-    Sound m_sound{m_notices};
-    Speech m_speech{m_timers};
+    LateModule m_late{executableFolder()};
+    Sound m_sound{m_late, m_notices};
+    std::mutex m_speechMutex;
+    std::optional<Speech> m_speech; // made for the first transcription
     ServerKeeper m_serverKeeper{m_sound.connection};
     IniSettingsStore m_settings{settingsFile()};
     DesktopMicAuthorization m_micAuthorization{QDBusConnection::sessionBus()};

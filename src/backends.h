@@ -1,12 +1,13 @@
 #pragma once
 
 #include "app/recorder_engine.h"
+#include "base/program_part.h"
 #include "base/thread_queue.h"
 #include "capture/capture_check.h"
+#include "late_files.h"
+#include "late_module.h"
+#include "models/models_folder.h"
 #include "platform/desktop/logind_sleep_guard.h"
-#include "platform/media/aac_file_writer.h"
-#include "platform/media/mp4_file_info.h"
-#include "platform/models/folder_model_store.h"
 #include "platform/pipewire/connection.h"
 #include "platform/pipewire/pipewire_devices.h"
 #include "platform/pipewire/pipewire_mic_source.h"
@@ -40,7 +41,9 @@ inline std::filesystem::path executableFolder() {
 
 /// Sound: one connection to the server for all that capture or list devices.
 struct Sound {
-    explicit Sound(Notices& noticesOfRecordings) : notices(noticesOfRecordings) {}
+    Sound(LateModule& late, Notices& noticesOfRecordings)
+        : notices(noticesOfRecordings),
+          files(late, [this](const std::string& sentence) { notices.tell(sentence); }) {}
 
     std::unique_ptr<CaptureEngine> makeEngine(SerialQueue& timers) {
         return std::make_unique<RecorderEngine>(
@@ -55,19 +58,26 @@ struct Sound {
     PipeWireMicSourceFactory mics{connection};
     ProcessTapFactory systemAudio{connection};
     PipeWireTonePlayerFactory tones{connection};
-    AacFileWriterFactory files{[this](const std::string& sentence) { notices.tell(sentence); }};
+    LateFiles files;
 };
+
+inline std::unique_ptr<ModelStore> makeModels(LateModule& late) {
+    return late.backends().makeModels(programPart(executableFolder(), "share/murmelo/models.json"),
+                                      modelsFolder());
+}
 
 /// Recognition of speech.
 struct Speech {
-    explicit Speech(SerialQueue& timers, ModelEngine::DownloadListener onDownload = {})
-        : engine(models, sherpaWorker(executableFolder()), builtIn, std::move(onDownload)),
-          transcriber(engine, audioFiles, timers, &Locale::current) {}
+    /// Throws Error when its backends cannot be loaded.
+    explicit Speech(LateModule& late, SerialQueue& timers, ModelEngine::DownloadListener onDownload = {})
+        : models(makeModels(late)), audioFiles(late.backends().makeFileInfo()),
+          engine(*models, sherpaWorker(executableFolder()), builtIn, std::move(onDownload)),
+          transcriber(engine, *audioFiles, timers, &Locale::current) {}
 
-    FolderModelStore models{catalogueFile(executableFolder()), modelsFolder()};
+    std::unique_ptr<ModelStore> models;
     WorkerEngine builtIn{workerProgram(executableFolder(), "murmelo-speech-pocketsphinx"),
                          MURMELO_SPEECH_MODEL};
+    std::unique_ptr<AudioFileInfo> audioFiles;
     ModelEngine engine;
-    Mp4FileInfo audioFiles;
     Transcriber transcriber;
 };

@@ -2,6 +2,7 @@
 
 #include "application.h"
 #include "backends.h"
+#include "base/error.h"
 #include "cli/mics_command.h"
 #include "cli/model_installation_job.h"
 #include "cli/models_command.h"
@@ -15,7 +16,6 @@
 #include "cli/transcribe_command.h"
 #include "cli/usage.h"
 #include "platform/desktop/bus_running_instance.h"
-#include "platform/media/ffmpeg_log.h"
 #include "platform/media/mp4_recovery.h"
 
 #include <QCoreApplication>
@@ -29,9 +29,10 @@ namespace {
 ExitStatus runSubcommand(const std::string& name, int argc, char** argv, TerminationSignals& signals) {
     Mp4Recovery recovery;
     if (name == "recover") return recoverCommand(argc, argv, recovery);
+    LateModule late(executableFolder());
     if (name == "models") {
-        FolderModelStore models(catalogueFile(executableFolder()), modelsFolder());
-        return modelsCommand(argc, argv, models, sherpaWorker(executableFolder()).missingPart(), signals);
+        const std::unique_ptr<ModelStore> models = makeModels(late);
+        return modelsCommand(argc, argv, *models, sherpaWorker(executableFolder()).missingPart(), signals);
     }
     if (name == "toggle" || name == "status") {
         const QCoreApplication qt(argc, argv);
@@ -44,13 +45,13 @@ ExitStatus runSubcommand(const std::string& name, int argc, char** argv, Termina
         line.show(progress ? installationText(model.id, *progress) : "");
     };
     if (name == "transcribe") {
-        Speech speech(timers, onDownload);
+        Speech speech(late, timers, onDownload);
         return transcribeCommand(argc, argv, recovery, speech.transcriber, signals, line);
     }
-    Sound sound(line);
+    Sound sound(late, line);
     sound.connection.connect(); // the devices answer from what it has seen
     if (name == "mics") return micsCommand(argc, argv, sound.devices);
-    Speech speech(timers, onDownload);
+    Speech speech(late, timers, onDownload);
     const std::unique_ptr<CaptureEngine> engine = sound.makeEngine(timers);
     return recordCommand(argc, argv, sound.devices, *engine, speech.transcriber, signals, line);
 }
@@ -61,10 +62,15 @@ int run(int argc, char** argv) {
     if (first == "--help" || first == "-h") return status(printResult(usageText));
     if (first == "--version") return status(printResult("murmelo " MURMELO_VERSION "\n"));
     TerminationSignals signals; // before the first thread
-    sendFfmpegLogToDebugLog();
-    for (const char* name : {"record", "transcribe", "mics", "models", "recover", "toggle", "status"})
-        if (first == name) return status(runSubcommand(first, argc - 1, argv + 1, signals));
     if (first.empty()) return status(runApplication(argc, argv, signals));
+    for (const char* name : {"record", "transcribe", "mics", "models", "recover", "toggle", "status"}) {
+        if (first != name) continue;
+        try {
+            return status(runSubcommand(first, argc - 1, argv + 1, signals));
+        } catch (const Error& error) { // it could not even begin
+            return status(reportFailure(error.localizedDescription()));
+        }
+    }
     return status(reportUsage("Murmelo does not know “" + first + "”."));
 }
 

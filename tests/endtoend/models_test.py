@@ -13,7 +13,7 @@ import tarfile
 import threading
 import unittest
 
-from program import LIMIT, PROGRAM, SCRIPTS, TestCase, last_line, main, run, silent_recording, wait_for
+from program import LIMIT, SCRIPTS, TestCase, last_line, main, program_without_workers, run, silent_recording, wait_for
 
 ID = "small-en"
 # The library that the program wants, in the one version that it works with.
@@ -75,8 +75,7 @@ class Answer(http.server.BaseHTTPRequestHandler):
 class SpeechModels(TestCase):
     def setUp(self):
         super().setUp()
-        self.program = self.work / "murmelo"
-        shutil.copy(PROGRAM, self.program)
+        self.program = program_without_workers(self.work)
         self.make_worker("murmelo-speech-sherpa-onnx", "the model")
         self.make_worker("murmelo-speech-pocketsphinx", "the built-in engine")
         self.make(f"lib/murmelo/sherpa-onnx/{LIBRARY_VERSION}/libsherpa-onnx-c-api.so", "")
@@ -133,7 +132,7 @@ class SpeechModels(TestCase):
                                    "from 127.0.0.1: Couldn't connect to server."), 2, "once for each track")
 
     def test_without_its_library_nothing_is_downloaded_and_the_list_says_what_is_missing(self):
-        shutil.rmtree(self.work / "lib")
+        shutil.rmtree(self.work / "lib/murmelo/sherpa-onnx")
         _, text = self.transcript_of(silent_recording(self.work / "r"))
         self.assertEqual(text, "[00:01] You: the built-in engine\n[00:01] Audio: the built-in engine")
         self.assertEqual(self.server.requests, 0)

@@ -43,6 +43,16 @@ def run_on_terminal(program, *arguments):
     return drawn.decode()
 
 
+def program_without_workers(folder):
+    """A copy for a test that puts workers of its own beside it."""
+    program = folder / "murmelo"
+    shutil.copy(PROGRAM, program)
+    module = pathlib.Path("lib/murmelo/murmelo-late.so")
+    (folder / module).parent.mkdir(parents=True)
+    (folder / module).symlink_to(pathlib.Path(PROGRAM).resolve().parent / module)
+    return program
+
+
 def last_line(text):
     lines = text.strip().splitlines()
     return lines[-1] if lines else ""

@@ -10,8 +10,8 @@ import signal
 import subprocess
 import unittest
 
-from program import LIMIT, PROGRAM, SCRIPTS, TestCase, decoded_frames, last_line, main, run, run_on_terminal, \
-    silent_recording, wait_for, worker_processes
+from program import LIMIT, PROGRAM, SCRIPTS, TestCase, decoded_frames, last_line, main, program_without_workers, \
+    run, run_on_terminal, silent_recording, wait_for, worker_processes
 
 NOTHING = "Transcription failed: No speech recognized."
 WORKER = "libexec/murmelo-speech-pocketsphinx"
@@ -149,8 +149,7 @@ class BrokenEngine(TestCase):
 
     def setUp(self):
         super().setUp()
-        self.program = self.work / "murmelo"
-        shutil.copy(PROGRAM, self.program)
+        self.program = program_without_workers(self.work)
         self.recording = silent_recording(self.work / "r", "sine=frequency=300:r=48000")
 
     def use_worker(self, script):

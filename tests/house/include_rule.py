@@ -26,7 +26,7 @@ ROOMS = {
     "speech_worker": (["base", "platform/media"], ["nlohmann/", "pocketsphinx.h", "seccomp.h", "speex/", "sphinxbase/"]),
     "cli": (["base", "capture", "transcription", "app", "models"], ["nlohmann/"]),
     # main.cpp with application and backends: the composition root
-    "": (["base", "capture", "transcription", "app", "models", "ui", "cli", "platform/", "application.h", "backends.h"],
+    "": (["base", "capture", "transcription", "app", "models", "ui", "cli", "platform/", "application.h", "backends.h", "late_"],
          ["Q"]),
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)

@@ -20,6 +20,7 @@ ENGINE = sorted(f.relative_to(BUILD).as_posix() for f in BUILD.glob("lib/murmelo
 INSTALLED = sorted([
     "bin/murmelo",
     *ENGINE,
+    "lib/murmelo/murmelo-late.so",
     "libexec/murmelo/murmelo-speech-pocketsphinx",
     "libexec/murmelo/murmelo-speech-sherpa-onnx",
     f"share/applications/{NAME}.desktop",
@@ -175,6 +176,21 @@ class InstalledTree(unittest.TestCase):
         hidden.rename(workers)
         self.assertIn(f"The speech worker {workers}/murmelo-speech-pocketsphinx is missing", without.stderr)
         self.assertNotIn("is missing", done.stderr)
+
+    def test_the_heaviest_libraries_come_with_the_module_only(self):
+        needed = {file: checked("readelf", "--dynamic", self.root / file)
+                  for file in ("bin/murmelo", "lib/murmelo/murmelo-late.so")}
+        for library in ("libavcodec", "libavformat", "libcurl", "libarchive"):
+            self.assertNotIn(f"[{library}", needed["bin/murmelo"])
+            self.assertIn(f"[{library}", needed["lib/murmelo/murmelo-late.so"])
+
+    def test_without_its_module_the_installed_program_says_so(self):
+        module = self.root / "lib/murmelo/murmelo-late.so"
+        hidden = module.rename(module.with_suffix(".hidden"))
+        done = run(self.root / "bin/murmelo", "models", env={"PATH": "/usr/bin:/bin", "HOME": self.folder.name})
+        hidden.rename(module)
+        self.assertEqual(done.stderr, f"A part of Murmelo cannot be loaded: {module} is missing.\n")
+        self.assertNotEqual(done.returncode, 0)
 
     def test_the_speech_engine_is_unchanged_and_its_worker_finds_it(self):
         if not ENGINE:

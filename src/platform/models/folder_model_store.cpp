@@ -1,6 +1,5 @@
 #include "platform/models/folder_model_store.h"
 
-#include "base/home_folder.h"
 #include "models/model_catalogue.h"
 #include "platform/models/faults.h"
 #include "platform/models/model_installation.h"
@@ -8,7 +7,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <optional>
@@ -163,17 +161,4 @@ void FolderModelStore::fetch(const Model& model, LocalFile& part, const Progress
 void FolderModelStore::place(LocalFile& file, const Model& model, const ProgressHandler& progress,
                              const std::stop_token& stop) const {
     placeModel(file, model, hidden(model.id, ".unpacked"), folder(model), progress, stop);
-}
-
-std::filesystem::path catalogueFile(const std::filesystem::path& executableFolder) {
-    std::error_code ignored;
-    std::filesystem::path inBuildTree = executableFolder / "share/murmelo/models.json";
-    if (std::filesystem::exists(inBuildTree, ignored)) return inBuildTree;
-    return (executableFolder / "../share/murmelo/models.json").lexically_normal();
-}
-
-std::filesystem::path modelsFolder() {
-    const char* dataHome = std::getenv("XDG_DATA_HOME");
-    const bool absolute = dataHome != nullptr && *dataHome == '/';
-    return (absolute ? std::filesystem::path(dataHome) : homeFolder() / ".local/share") / "murmelo/models";
 }

@@ -37,11 +37,3 @@ class FolderModelStore final : public ModelStore {
     const std::filesystem::path m_folder;
     const DownloadLimits m_limits;
 };
-
-/// models.json in share/murmelo/ beside the executable (the build tree), else in ../share/murmelo/ (the
-/// installed tree), which is also the answer when it is in neither.
-std::filesystem::path catalogueFile(const std::filesystem::path& executableFolder);
-
-/// murmelo/models in the user's folder of data: $XDG_DATA_HOME, or ~/.local/share where that is no absolute
-/// path.
-std::filesystem::path modelsFolder();

@@ -414,22 +414,4 @@ TEST_F(FolderModelStoreTest, WhatIsBeingInstalledIsNotRemoved) {
     EXPECT_TRUE(isInstalled());
 }
 
-TEST(ModelPlaces, ModelsAreInTheFolderOfTheUsersData) {
-    const ScopedEnvironment home("HOME", "/home/someone");
-    for (const std::optional<std::string>& none : {std::optional<std::string>(), {""}, {"relative"}}) {
-        const ScopedEnvironment data("XDG_DATA_HOME", none);
-        EXPECT_EQ(modelsFolder(), "/home/someone/.local/share/murmelo/models");
-    }
-    const ScopedEnvironment data("XDG_DATA_HOME", "/data");
-    EXPECT_EQ(modelsFolder(), "/data/murmelo/models");
-}
-
-TEST(ModelPlaces, TheCatalogueIsBesideTheExecutableOrInstalled) {
-    const TemporaryFolder folder;
-    EXPECT_EQ(catalogueFile(folder / "bin"), folder / "share/murmelo/models.json");
-    std::filesystem::create_directories(folder / "bin/share/murmelo");
-    writeFile(folder / "bin/share/murmelo/models.json", "");
-    EXPECT_EQ(catalogueFile(folder / "bin"), folder / "bin/share/murmelo/models.json");
-}
-
 } // namespace
