@@ -2,38 +2,28 @@
 
 #include <algorithm>
 
-void SystemFifo::Ring::write(std::size_t position, std::span<const float> samples) {
-    const std::size_t at = position % fifoCap;
-    const std::size_t beforeWrap = std::min(samples.size(), fifoCap - at);
-    std::copy_n(samples.begin(), beforeWrap, m_samples.begin() + static_cast<std::ptrdiff_t>(at));
-    std::copy(samples.begin() + static_cast<std::ptrdiff_t>(beforeWrap), samples.end(), m_samples.begin());
-}
-
-void SystemFifo::Ring::read(std::size_t position, std::span<float> samples) const {
-    const std::size_t at = position % fifoCap;
-    const std::size_t beforeWrap = std::min(samples.size(), fifoCap - at);
-    std::copy_n(m_samples.begin() + static_cast<std::ptrdiff_t>(at), beforeWrap, samples.begin());
-    std::copy_n(m_samples.begin(), samples.size() - beforeWrap,
-                samples.begin() + static_cast<std::ptrdiff_t>(beforeWrap));
+SystemFifo::SystemFifo() {
+    m_left.reserve(fifoCap);
+    m_right.reserve(fifoCap);
 }
 
 void SystemFifo::append(std::span<const float> left, std::span<const float> right) {
     const std::size_t kept = std::min(left.size(), fifoCap);
     const std::lock_guard lock(m_fifoLock);
-    m_left.write(m_end, left.last(kept));
-    m_right.write(m_end, right.last(kept));
-    m_end += kept;
-    m_begin = std::max(m_begin, m_end - std::min(m_end, fifoCap));
+    const std::size_t room = fifoCap - m_left.size();
+    if (kept > room) removeOldest(kept - room);
+    m_left.insert(m_left.end(), left.end() - static_cast<std::ptrdiff_t>(kept), left.end());
+    m_right.insert(m_right.end(), right.end() - static_cast<std::ptrdiff_t>(kept), right.end());
 }
 
 std::size_t SystemFifo::take(std::span<float> left, std::span<float> right) {
     std::size_t taken = 0;
     {
         const std::lock_guard lock(m_fifoLock);
-        taken = std::min(left.size(), m_end - m_begin);
-        m_left.read(m_begin, left.first(taken));
-        m_right.read(m_begin, right.first(taken));
-        m_begin += taken;
+        taken = std::min(left.size(), m_left.size());
+        std::copy_n(m_left.begin(), taken, left.begin());
+        std::copy_n(m_right.begin(), taken, right.begin());
+        removeOldest(taken);
     }
     std::ranges::fill(left.subspan(taken), 0.0F);
     std::ranges::fill(right.subspan(taken), 0.0F);
@@ -42,10 +32,16 @@ std::size_t SystemFifo::take(std::span<float> left, std::span<float> right) {
 
 void SystemFifo::clear() {
     const std::lock_guard lock(m_fifoLock);
-    m_begin = m_end;
+    removeOldest(m_left.size());
 }
 
 std::size_t SystemFifo::size() const {
     const std::lock_guard lock(m_fifoLock);
-    return m_end - m_begin;
+    return m_left.size();
+}
+
+void SystemFifo::removeOldest(std::size_t count) {
+    const auto end = static_cast<std::ptrdiff_t>(count);
+    m_left.erase(m_left.begin(), m_left.begin() + end);
+    m_right.erase(m_right.begin(), m_right.begin() + end);
 }

@@ -12,6 +12,8 @@ class SystemFifo {
   public:
     static constexpr std::size_t fifoCap = 240000; ///< samples per channel; 5 s at 48 kHz
 
+    SystemFifo();
+
     /// Adds samples; both spans have the same length. Beyond the cap the oldest samples are dropped.
     void append(std::span<const float> left, std::span<const float> right);
     /// Fills both spans (of the same length) with the oldest samples, then with zeros where there are not
@@ -22,18 +24,10 @@ class SystemFifo {
     std::size_t size() const;
 
   private:
-    class Ring {
-      public:
-        void write(std::size_t position, std::span<const float> samples);
-        void read(std::size_t position, std::span<float> samples) const;
-
-      private:
-        std::vector<float> m_samples = std::vector<float>(fifoCap);
-    };
+    void removeOldest(std::size_t count);
 
     mutable std::mutex m_fifoLock;
-    Ring m_left, m_right;
-    // Positions count up for ever; the place in memory is the position modulo the cap.
-    std::size_t m_begin = 0;
-    std::size_t m_end = 0;
+    // What waits begins at the front, so that no more memory is touched than ever had to wait: next to
+    // nothing, unless the microphone is silent.
+    std::vector<float> m_left, m_right;
 };
