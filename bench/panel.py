@@ -27,6 +27,7 @@ class Shown:
         start = time.monotonic()
         self.process = subprocess.Popen([program], **QUIET)
         while not self.is_drawn(screen, title):
+            time.sleep(0.002)  # the core is the program's
             if time.monotonic() - start > LIMIT:
                 sys.exit(f"{program} shows no window “{title}”")
         self.delay = time.monotonic() - start

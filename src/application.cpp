@@ -19,9 +19,11 @@
 
 #include <QApplication>
 #include <QDBusConnection>
+#include <QFontInfo>
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <future>
 #include <mutex>
 #include <unistd.h>
 
@@ -198,6 +200,9 @@ std::optional<ExitStatus> handOver(SingleInstance& instance) {
 ExitStatus runOnDesktop(const TerminationSignals& signals) {
     SingleInstance instance(QDBusConnection::sessionBus(), instanceLockFile());
     if (const std::optional<ExitStatus> handedOver = handOver(instance)) return *handedOver;
+    // For the first font fontconfig reads all that there is about fonts; meanwhile the rest is made.
+    const std::future<void> firstFont =
+        std::async(std::launch::async, [font = QGuiApplication::font()] { QFontInfo(font).pixelSize(); });
     Application application(signals);
     const FilesAreClosedAtExit guard(application);
     application.appear(instance);

@@ -23,9 +23,8 @@ AppStateModel& Face::modelOf(AppState& state) {
 
 void Face::show(AppState& state) {
     m_tray = std::make_unique<TrayIcon>(m_sessionBus, iconThemePath(executableFolder()));
-    m_panel = std::make_unique<PanelWindow>(*m_views.makePanel(modelOf(state)), m_clock);
-    colourPanel();
-    QObject::connect(&m_appearance, &Appearance::changed, &m_context, [this] { colourPanel(); });
+    m_panel = std::make_unique<PanelWindow>(*m_views.makePanel(modelOf(state)), m_views.makePanelBackground(),
+                                            m_clock);
     connectTray(state);
 }
 
@@ -47,11 +46,6 @@ void Face::connectTray(AppState& state) {
     const auto showStatus = [this, &state] { m_tray->show(statusOf(state)); };
     QObject::connect(m_model.get(), &AppStateModel::changed, &m_context, showStatus);
     showStatus();
-}
-
-void Face::colourPanel() {
-    const QObject& theme = m_views.theme();
-    m_panel->setColours(theme.property("window").value<QColor>(), theme.property("border").value<QColor>());
 }
 
 void Face::openPanel() {

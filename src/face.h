@@ -34,7 +34,6 @@ class Face {
   private:
     AppStateModel& modelOf(AppState& state);
     void connectTray(AppState& state);
-    void colourPanel();
 
     Workspace& m_workspace;
     const TimedQueue& m_clock;

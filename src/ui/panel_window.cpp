@@ -2,18 +2,16 @@
 
 #include <QGuiApplication>
 #include <QKeyEvent>
-#include <QPainter>
 #include <QPainterPath>
-#include <QQuickPaintedItem>
 #include <QRegion>
 #include <QScreen>
 #include <chrono>
+#include <utility>
 
 namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int cornerRadius = 10;
 /// A click on the tray icon takes the keyboard from the panel, and only then tells us.
 constexpr auto clickAfterFocusLoss = 250ms;
 
@@ -38,7 +36,7 @@ bool canBeTransparent() {
     return QGuiApplication::platformName() != QLatin1String("xcb");
 }
 
-QRegion roundedRegion(const QSize& size) {
+QRegion roundedRegion(const QSize& size, qreal cornerRadius) {
     QPainterPath path;
     path.addRoundedRect(QRectF(QPointF(), size), cornerRadius, cornerRadius);
     return QRegion(path.toFillPolygon().toPolygon());
@@ -53,29 +51,13 @@ std::vector<PanelScreen> allScreens() {
 
 } // namespace
 
-/// The background, with a line around it where the window has no frame.
-class PanelWindow::Frame final : public QQuickPaintedItem {
-  public:
-    QColor background = Qt::white;
-    QColor border = Qt::transparent;
-    bool isRounded = true;
-
-    void paint(QPainter* painter) override {
-        const QRectF all = boundingRect();
-        if (!isRounded) return painter->fillRect(all, background);
-        painter->setRenderHint(QPainter::Antialiasing);
-        painter->setBrush(background);
-        painter->setPen(QPen(border, 1));
-        painter->drawRoundedRect(all.adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius, cornerRadius);
-    }
-};
-
-PanelWindow::PanelWindow(QQuickItem& content, const TimedQueue& clock)
-    : m_clock(clock), m_window(std::make_unique<Window>()), m_frame(new Frame), m_content(&content) {
+PanelWindow::PanelWindow(QQuickItem& content, std::unique_ptr<QQuickItem> background, const TimedQueue& clock)
+    : m_clock(clock), m_window(std::make_unique<Window>()), m_background(std::move(background)),
+      m_content(&content) {
     m_window->setTitle(QStringLiteral("Murmelo"));
-    if (canBeTransparent()) m_window->setColor(Qt::transparent);
-    m_frame->setParent(m_window.get());
-    m_frame->setParentItem(m_window->contentItem());
+    connect(m_background.get(), SIGNAL(colorChanged()), SLOT(colourWindow()));
+    colourWindow();
+    m_background->setParentItem(m_window->contentItem());
     content.setParentItem(m_window->contentItem());
     content.setFocus(true);
     connect(&content, &QQuickItem::implicitWidthChanged, this, &PanelWindow::fit);
@@ -88,11 +70,10 @@ PanelWindow::~PanelWindow() {
     if (m_content) m_content->setParentItem(nullptr); // not the window's to destroy
 }
 
-void PanelWindow::setColours(const QColor& background, const QColor& border) {
-    m_frame->background = background;
-    m_frame->border = border;
-    if (!canBeTransparent()) m_window->setColor(background);
-    m_frame->update();
+/// It shows at the corners.
+void PanelWindow::colourWindow() {
+    m_window->setColor(canBeTransparent() ? Qt::transparent
+                                          : m_background->property("color").value<QColor>());
 }
 
 // --- opening and closing
@@ -120,8 +101,7 @@ void PanelWindow::openAsOrdinaryWindow() {
 
 void PanelWindow::show() {
     m_closedByFocusLoss.reset();
-    m_frame->isRounded = m_anchor.has_value();
-    m_frame->update();
+    m_background->setProperty("framed", m_anchor.has_value());
     fit();
     m_window->show();
     m_window->raise();
@@ -154,11 +134,12 @@ void PanelWindow::fit() {
     const QSize size(qCeil(m_content->implicitWidth()), qCeil(m_content->implicitHeight()));
     if (size.isEmpty()) return;
     m_content->setSize(size);
-    m_frame->setSize(size);
+    m_background->setSize(size);
     m_window->setMinimumSize(size);
     m_window->setMaximumSize(size);
     m_window->resize(size);
-    if (!canBeTransparent()) m_window->setMask(m_anchor ? roundedRegion(size) : QRegion());
+    if (!canBeTransparent())
+        m_window->setMask(roundedRegion(size, m_background->property("radius").toReal()));
     if (!m_anchor) return;
     const QPoint position = panelPosition(*m_anchor, allScreens(), size);
     if (QScreen* const screen = QGuiApplication::screenAt(position)) m_window->setScreen(screen);

@@ -3,7 +3,6 @@
 #include "base/serial_queue.h"
 #include "ui/panel_placement.h"
 
-#include <QColor>
 #include <QObject>
 #include <QPointer>
 #include <QQuickItem>
@@ -24,13 +23,11 @@ class PanelWindow final : public QObject {
 
   public:
     /// Shows `content`, which someone else owns and which may go first. `clock` outlives the window.
-    PanelWindow(QQuickItem& content, const TimedQueue& clock);
+    /// `background` is one of Views.
+    PanelWindow(QQuickItem& content, std::unique_ptr<QQuickItem> background, const TimedQueue& clock);
     ~PanelWindow() override;
     PanelWindow(const PanelWindow&) = delete;
     PanelWindow& operator=(const PanelWindow&) = delete;
-
-    /// What is behind the content and around it.
-    void setColours(const QColor& background, const QColor& border);
 
     /// A click on the tray icon: opens the panel there, or closes it.
     void toggle(const PanelAnchor& anchor);
@@ -43,16 +40,17 @@ class PanelWindow final : public QObject {
 
     QQuickWindow& window() { return *m_window; }
 
-  private:
-    class Frame;
+  private Q_SLOTS:
+    void colourWindow();
 
+  private:
     void show();
     void fit();
     void lostKeyboard();
 
     const TimedQueue& m_clock;
     const std::unique_ptr<QQuickWindow> m_window;
-    Frame* m_frame; // the window's
+    const std::unique_ptr<QQuickItem> m_background;
     const QPointer<QQuickItem> m_content;
     std::optional<PanelAnchor> m_anchor;                 // nothing: an ordinary window
     std::optional<TimedQueue::Time> m_closedByFocusLoss; // when

@@ -1,8 +1,8 @@
 # The QML of the room ui as the module Murmelo.Ui, compiled into the library with its icons.
 set(qml_types
     BaseButton Card ElapsedText FocusRing InputCard LastRecordingCard LinkButton MenuPanel MeterBar MicPicker
-    OnboardingRow OnboardingView OnboardingWindow ProminentButton PushButton RecordCard SmallSwitch Spinner Symbol
-    Theme TranscribeCard)
+    OnboardingRow OnboardingView OnboardingWindow PanelBackground ProminentButton PushButton RecordCard SmallSwitch Spinner Symbol
+    Theme ThinScrollIndicator TranscribeCard)
 list(TRANSFORM qml_types REPLACE "(.+)" "ui/qml/\\1.qml" OUTPUT_VARIABLE qml_files)
 foreach(file ${qml_files})
     get_filename_component(name ${file} NAME)

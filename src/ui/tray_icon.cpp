@@ -1,5 +1,7 @@
 #include "ui/tray_icon.h"
 
+#include "base/program_part.h"
+
 #include <QCursor>
 #include <QGuiApplication>
 #include <chrono>
@@ -24,8 +26,7 @@ TrayIcon::TrayIcon(const QDBusConnection& sessionBus, const QString& iconThemePa
     connect(&m_item, &StatusNotifierItem::placeChanged, this, &TrayIcon::chooseHost);
     connect(&m_item, &StatusNotifierItem::clicked, this,
             [this](const QPoint& physical) { Q_EMIT clicked(ClickPoint{physical}); });
-    connect(&m_item, &StatusNotifierItem::menuWanted, this, [this] { m_menu.popup(QCursor::pos()); });
-    connect(&m_menu, &QMenu::aboutToShow, this, &TrayIcon::menuOpening);
+    connect(&m_item, &StatusNotifierItem::menuWanted, this, [this] { menu().popup(QCursor::pos()); });
     m_lookout.setInterval(3s);
     connect(&m_lookout, &QTimer::timeout, this, &TrayIcon::chooseHost);
     show({});
@@ -58,7 +59,7 @@ void TrayIcon::setHost(Host host) {
 
 void TrayIcon::makeX11Icon() {
     m_x11Icon = std::make_unique<QSystemTrayIcon>();
-    m_x11Icon->setContextMenu(&m_menu);
+    m_x11Icon->setContextMenu(&menu());
     connect(m_x11Icon.get(), &QSystemTrayIcon::activated, this,
             [this](QSystemTrayIcon::ActivationReason reason) {
                 if (reason != QSystemTrayIcon::Trigger && reason != QSystemTrayIcon::MiddleClick) return;
@@ -77,7 +78,8 @@ void TrayIcon::show(const AppStatus& status) {
     if (m_look == look) return;
     m_look = look;
     draw();
-    drawMenu();
+    m_item.menu().setEntries(entries());
+    if (m_menu) fillMenu();
 }
 
 void TrayIcon::draw() {
@@ -93,35 +95,37 @@ void TrayIcon::draw() {
     m_x11Icon->setToolTip(isRecording ? tr("Murmelo: Recording") : QStringLiteral("Murmelo"));
 }
 
-void TrayIcon::drawMenu() {
+std::vector<TrayMenuEntry> TrayIcon::entries() {
     const QString record = m_look->isRecording  ? tr("Stop")
                            : m_look->isStarting ? tr("Starting…")
                                                 : tr("Start Recording");
-    std::vector<TrayMenuEntry> entries;
-    entries.push_back({tr("Open Murmelo"), [this] { Q_EMIT openChosen(); }});
-    entries.push_back({record, [this] { Q_EMIT toggleChosen(); }, m_look->canToggle});
-    entries.push_back({});
-    entries.push_back({tr("Quit"), [this] { Q_EMIT quitChosen(); }});
+    return {{tr("Open Murmelo"), [this] { Q_EMIT openChosen(); }},
+            {record, [this] { Q_EMIT toggleChosen(); }, m_look->canToggle},
+            {},
+            {tr("Quit"), [this] { Q_EMIT quitChosen(); }}};
+}
 
-    m_menu.clear();
-    for (const TrayMenuEntry& entry : entries) {
+QMenu& TrayIcon::menu() {
+    if (m_menu) return *m_menu;
+    m_menu = std::make_unique<QMenu>();
+    connect(m_menu.get(), &QMenu::aboutToShow, this, &TrayIcon::menuOpening);
+    fillMenu();
+    return *m_menu;
+}
+
+void TrayIcon::fillMenu() {
+    m_menu->clear();
+    for (const TrayMenuEntry& entry : entries()) {
         if (entry.label.isEmpty()) {
-            m_menu.addSeparator();
+            m_menu->addSeparator();
             continue;
         }
-        QAction* const action = m_menu.addAction(entry.label);
+        QAction* const action = m_menu->addAction(entry.label);
         action->setEnabled(entry.isEnabled);
         connect(action, &QAction::triggered, this, entry.chosen);
     }
-    m_item.menu().setEntries(std::move(entries));
 }
 
 QString iconThemePath(const std::filesystem::path& executableFolder) {
-    std::error_code ignored;
-    const std::filesystem::path inBuildTree = executableFolder / "share" / "icons";
-    const std::filesystem::path found =
-        std::filesystem::exists(inBuildTree, ignored)
-            ? inBuildTree
-            : (executableFolder / ".." / "share" / "icons").lexically_normal();
-    return QString::fromStdString(found.string());
+    return QString::fromStdString(programPart(executableFolder, "share/icons").string());
 }

@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <vector>
 
 /// The program's icon on the desktop: a StatusNotifierItem where there is a host for it, else an icon in an
 /// X11 tray, else none. Both kinds of tray may come and go at any time. The icon is a waveform, and red while
@@ -38,7 +39,7 @@ class TrayIcon final : public QObject {
     void show(const AppStatus& status);
 
     /// What the secondary click offers, for a host that cannot draw it.
-    QMenu& menu() { return m_menu; }
+    QMenu& menu();
     StatusNotifierItem& item() { return m_item; }
 
   Q_SIGNALS:
@@ -66,15 +67,16 @@ class TrayIcon final : public QObject {
     void setHost(Host host);
     void makeX11Icon();
     void draw();
-    void drawMenu();
+    std::vector<TrayMenuEntry> entries();
+    void fillMenu();
 
     StatusNotifierItem m_item;
-    QMenu m_menu;
     const QIcon m_idle;
     const QIcon m_recording;
     QTimer m_lookout; // for an X11 tray, whose coming nobody tells
     Host m_host = Host::unknown;
     std::optional<Look> m_look;
+    std::unique_ptr<QMenu> m_menu; // once someone needs it: widgets take long to load
     std::unique_ptr<QSystemTrayIcon> m_x11Icon;
 };
 

@@ -48,11 +48,21 @@ QQuickWindow* Views::makeOnboardingWindow(AppStateModel& model) {
     return qobject_cast<QQuickWindow*>(make(QStringLiteral("OnboardingWindow"), model));
 }
 
-QObject* Views::make(const QString& type, AppStateModel& model) {
+std::unique_ptr<QQuickItem> Views::makePanelBackground() {
+    return std::unique_ptr<QQuickItem>(
+        qobject_cast<QQuickItem*>(create(QStringLiteral("PanelBackground"), {})));
+}
+
+QObject* Views::create(const QString& type, const QVariantMap& properties) {
     QQmlComponent component(&m_engine, QUrl(QStringLiteral("qrc:/qt/qml/Murmelo/Ui/%1.qml").arg(type)));
     if (!component.isReady()) qFatal("%s", qPrintable(component.errorString())); // an error of our own
-    QObject* const view = component.createWithInitialProperties({{"app", QVariant::fromValue(&model)}});
-    QQmlEngine::setObjectOwnership(view, QQmlEngine::CppOwnership);
+    QObject* const created = component.createWithInitialProperties(properties);
+    QQmlEngine::setObjectOwnership(created, QQmlEngine::CppOwnership);
+    return created;
+}
+
+QObject* Views::make(const QString& type, AppStateModel& model) {
+    QObject* const view = create(type, {{"app", QVariant::fromValue(&model)}});
     QObject::connect(&model, &QObject::destroyed, view, [view] { delete view; });
     return view;
 }

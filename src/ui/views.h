@@ -2,7 +2,9 @@
 
 #include <QObject>
 #include <QQmlEngine>
-#include <QStringView>
+#include <QString>
+#include <QVariantMap>
+#include <memory>
 
 class Appearance;
 class AppStateModel;
@@ -19,9 +21,12 @@ class Views final {
     /// `appearance` outlives the views.
     explicit Views(const Appearance& appearance);
 
-    /// What the tray icon shows: as large as its implicit size, on the theme's window colour, which is to be
-    /// drawn behind it. While its window is on the screen the meters move; Escape closes the window.
+    /// What the tray icon shows: as large as its implicit size, on the panel's background. While its window
+    /// is on the screen the meters move; Escape closes the window.
     QQuickItem* makePanel(AppStateModel& model);
+    /// For behind the panel. Where its property "framed" is true it has round corners and a border; it is the
+    /// caller's.
+    std::unique_ptr<QQuickItem> makePanelBackground();
     /// A hidden window with everything that the user is asked for at the beginning.
     QQuickWindow* makeOnboardingWindow(AppStateModel& model);
 
@@ -30,6 +35,7 @@ class Views final {
     QObject& theme() { return *m_theme; }
 
   private:
+    QObject* create(const QString& type, const QVariantMap& properties);
     QObject* make(const QString& type, AppStateModel& model);
     void follow(const Appearance& appearance);
 

@@ -2,6 +2,8 @@
 
 #include "support/fake_tray.h"
 #include "support/manual_queue.h"
+#include "ui/appearance.h"
+#include "ui/views.h"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -17,7 +19,7 @@ class PanelWindowTest : public testing::Test {
     PanelWindowTest() {
         m_content.setImplicitWidth(320);
         m_content.setImplicitHeight(400);
-        m_panel.emplace(m_content, m_clock);
+        m_panel.emplace(m_content, m_views.makePanelBackground(), m_clock);
     }
 
     QQuickWindow& window() { return m_panel->window(); }
@@ -35,6 +37,8 @@ class PanelWindowTest : public testing::Test {
         QCoreApplication::processEvents();
     }
 
+    Appearance m_appearance{QDBusConnection(QStringLiteral("no bus"))};
+    Views m_views{m_appearance};
     ManualQueue m_clock;
     QQuickItem m_content;
     QWindow m_other;
@@ -150,24 +154,29 @@ TEST_F(PanelWindowTest, AfterATrayHasComeItIsAPanelAgain) {
 }
 
 TEST_F(PanelWindowTest, BackgroundAndBorderAreDrawnBehindTheContent) {
-    m_panel->setColours("#202122", "#ff0000");
-    openAndActivate();
-    const QImage image = window().grabWindow();
-    EXPECT_EQ(image.pixelColor(160, 200), QColor("#202122"));
-    EXPECT_EQ(image.pixelColor(0, 200), QColor("#ff0000"));
-    EXPECT_NE(image.pixelColor(0, 0), QColor("#202122")) << "the corners are round";
-    EXPECT_NE(image.pixelColor(0, 0), QColor("#ff0000"));
-    m_panel->close();
-    m_panel->openAsOrdinaryWindow();
-    waitUntil([&] { return window().isExposed(); });
-    EXPECT_EQ(window().grabWindow().pixelColor(0, 0), QColor("#202122"));
+    const auto background = [this] { return m_views.theme().property("window").value<QColor>(); };
+    for (const bool dark : {false, true}) {
+        m_views.theme().setProperty("dark", dark);
+        openAndActivate();
+        const QImage image = window().grabWindow();
+        EXPECT_EQ(image.pixelColor(160, 200), background());
+        EXPECT_NE(image.pixelColor(0, 200), background()) << "the border";
+        EXPECT_NE(image.pixelColor(0, 0), background()) << "the corners are round";
+        EXPECT_NE(image.pixelColor(0, 0), image.pixelColor(0, 200));
+        m_panel->close();
+        m_panel->openAsOrdinaryWindow();
+        waitUntil([&] { return window().isExposed(); });
+        EXPECT_EQ(window().grabWindow().pixelColor(0, 0), background());
+        EXPECT_EQ(window().grabWindow().pixelColor(0, 200), background());
+        m_panel->close();
+    }
 }
 
 TEST_F(PanelWindowTest, TheContentMayGoFirst) {
     auto content = std::make_unique<QQuickItem>();
     content->setImplicitWidth(10);
     content->setImplicitHeight(20);
-    PanelWindow panel(*content, m_clock);
+    PanelWindow panel(*content, m_views.makePanelBackground(), m_clock);
     panel.open(click());
     content.reset();
     panel.toggle(click());

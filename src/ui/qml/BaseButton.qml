@@ -1,5 +1,5 @@
 import QtQuick
-import QtQuick.Controls.Basic
+import QtQuick.Templates
 
 // What all buttons do alike, beside being clicked.
 AbstractButton {

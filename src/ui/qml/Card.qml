@@ -1,9 +1,11 @@
 import QtQuick
 import QtQuick.Layouts
-import QtQuick.Controls.Basic
+import QtQuick.Templates
 
 Control {
     padding: 10
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    implicitHeight: implicitContentHeight + topPadding + bottomPadding
     Layout.fillWidth: true
     background: Rectangle {
         radius: 8

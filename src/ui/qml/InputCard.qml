@@ -1,6 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
-import QtQuick.Controls.Basic
+import QtQuick.Templates
 import Murmelo.Ui
 
 // What is recorded, with its levels.

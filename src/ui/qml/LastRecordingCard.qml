@@ -1,6 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
-import QtQuick.Controls.Basic
+import QtQuick.Templates
 import Murmelo.Ui
 
 // What has become of the last recording, and the ways to it.

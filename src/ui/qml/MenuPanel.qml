@@ -58,10 +58,13 @@ FocusScope {
             app: root.app
         }
         TranscribeCard { app: root.app }
-        LastRecordingCard {
+        Loader {
             objectName: "lastRecordingCard"
-            app: root.app
-            visible: root.app.hasLastRecording
+            Layout.fillWidth: true
+            active: root.app.hasLastRecording
+            visible: active
+            // The loader of Qt 6.4 makes no bound component.
+            sourceComponent: LastRecordingCard { app: root.app } // qmllint disable unqualified
         }
         Text {
             objectName: "statusLine"

@@ -1,6 +1,6 @@
 pragma ComponentBehavior: Bound
 import QtQuick
-import QtQuick.Controls.Basic
+import QtQuick.Templates
 import Murmelo.Ui
 
 // Chooses one of the offered microphones. It shows nothing when the selected one is not among them.
@@ -18,6 +18,7 @@ ComboBox {
     valueRole: "id"
     model: app.mics
     font.pixelSize: Theme.body
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: rowHeight
     leftPadding: mirrored ? Theme.scaled(24) : 8
     rightPadding: mirrored ? 8 : Theme.scaled(24)
@@ -85,7 +86,7 @@ ComboBox {
             currentIndex: root.highlightedIndex
             LayoutMirroring.enabled: root.mirrored // the popup is no child of the panel
             LayoutMirroring.childrenInherit: true
-            ScrollIndicator.vertical: ScrollIndicator { }
+            ScrollIndicator.vertical: ThinScrollIndicator { }
         }
         background: Rectangle {
             radius: 8

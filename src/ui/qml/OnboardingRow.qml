@@ -1,6 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
-import QtQuick.Controls.Basic
+import QtQuick.Templates
 
 // One permission: its number until it is granted, what it is for, and the controls that get it.
 RowLayout {

@@ -1,5 +1,5 @@
 import QtQuick
-import QtQuick.Controls.Basic
+import QtQuick.Templates
 
 // The label leads, the switch stands at the other end.
 Switch {
@@ -15,6 +15,7 @@ Switch {
     padding: 0
     font.pixelSize: Theme.body
     font.weight: Font.Medium
+    implicitWidth: implicitContentWidth
     implicitHeight: Math.max(18, indicator.height, implicitContentHeight)
     Keys.onReturnPressed: flip()
     Keys.onEnterPressed: flip()

@@ -48,4 +48,5 @@ QtObject {
     readonly property int caption: scaled(11)
     readonly property int iconFrame: scaled(16)
     readonly property int panelWidth: scaled(320)
+    readonly property int panelRadius: 10
 }
