@@ -2,6 +2,9 @@
 // of rooms: -3, -10 and -20 dB, delays of 5 to 250 ms, clocks that differ by up to 100 ppm, both speaking in
 // turn and at once. The rival is the same recording without its system track, from which nothing is removed.
 //
+// Each pair has 212 near words: of five turns, 53 words, one phrase that is heard otherwise ("by the sea")
+// was already more than the three points that removal may cost, whatever it did to all the others.
+//
 // The cost stands against what the recognition of the same minute costs.
 //
 //   echo [cost]    with "cost" only what it costs
@@ -40,6 +43,8 @@ double costOf(int who, const std::function<void()>& work) {
     return least;
 }
 
+constexpr std::size_t turns = 20;
+
 class Bench {
   public:
     explicit Bench(const std::filesystem::path& worker) : m_engine(worker, MURMELO_SPEECH_MODEL) {}
@@ -49,7 +54,7 @@ class Bench {
             "echo dB  delay ms   ppm  talk      far words left / without removal   near word error rate  "
             "without echo");
         for (const bool atOnce : {false, true}) {
-            const Conversation spoken = conversation(atOnce);
+            const Conversation spoken = conversation(atOnce, turns);
             const double least = wordErrorRate(spoken.nearText, heard(spoken.near, nullptr));
             for (const double level : {-3, -10, -20}) {
                 const std::size_t twice =

@@ -21,8 +21,8 @@ struct Conversation {
     std::string farText;
 };
 
-/// Up to five turns, both at the same level. They speak in turn, or at once: the near end begins 0.6 s after
-/// the far end.
+/// Up to twenty turns, both at the same level. They speak in turn, or at once: the near end begins 0.6 s
+/// after the far end.
 inline Conversation conversation(bool atOnce, std::size_t turns = 5) {
     struct Turn {
         const char* far;
@@ -39,6 +39,36 @@ inline Conversation conversation(bool atOnce, std::size_t turns = 5) {
              "My brother lives in a little house by the sea."},
         Turn{"It was raining all day and the streets were full of water.",
              "Can we meet again on Monday morning?"},
+        Turn{"The new printer stands beside the door of the kitchen.",
+             "I would like to know what you think about the plan."},
+        Turn{"Most of our visitors come from the south of the country.",
+             "The company wants to open three new stores next year."},
+        Turn{"He forgot to lock the gate before he went away.",
+             "We will meet in the large conference room on the second floor."},
+        Turn{"You could order some flowers for the party tomorrow.",
+             "My father always reads the newspaper at breakfast."},
+        Turn{"Somebody has taken the wrong umbrella from the hall.",
+             "The doctor said that he should stay in bed for two weeks."},
+        Turn{"Our neighbours are planting apple trees along the fence.",
+             "There was not enough money to finish the bridge."},
+        Turn{"The museum is closed every Tuesday during the winter.",
+             "You can find more information on the last page."},
+        Turn{"Nothing in that drawer belongs to the former owner.",
+             "The bus stops right in front of the library."},
+        Turn{"His uncle repairs old clocks and sells them in the market.",
+             "She has worked for the bank since she was a student."},
+        Turn{"Every engineer should understand how this machine works.",
+             "The results of the test will be ready on Friday."},
+        Turn{"They painted all the walls yellow while we were travelling.",
+             "Nobody knew where the keys were, so we had to wait outside."},
+        Turn{"Children under twelve can use the swimming pool for free.",
+             "I think that we should ask the people what they need."},
+        Turn{"A heavy truck is blocking the road behind the station.",
+             "If it rains again, we will have to stay at home."},
+        Turn{"Her grandmother used to bake wonderful chocolate cakes.",
+             "It is easy to find a good place to eat in this city."},
+        Turn{"Several passengers complained because the flight was late.",
+             "The boy was still there when the others went to school."},
     };
     const auto evenly = [](std::vector<float> speech) {
         const float gain = 0.05F / loudness(speech); // -26 dB
