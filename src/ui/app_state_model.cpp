@@ -4,8 +4,14 @@
 
 #include <QMetaObject>
 #include <QVariantMap>
+#include <utility>
 
-AppStateModel::AppStateModel(AppState& state, Workspace& workspace) : m_state(state), m_workspace(workspace) {
+AppStateModel::AppStateModel(AppState& state, Workspace& workspace, std::chrono::milliseconds levelsPause)
+    : m_state(state), m_workspace(workspace) {
+    m_levelsPause.setSingleShot(true);
+    m_levelsPause.setTimerType(Qt::PreciseTimer);
+    m_levelsPause.setInterval(levelsPause);
+    connect(&m_levelsPause, &QTimer::timeout, this, &AppStateModel::tellLevels);
     takeComputedValues();
     m_state.willChange = [this](Field field) { willChange(field); };
 }
@@ -66,19 +72,33 @@ void AppStateModel::quit() {
 // --- from the state to the views
 
 void AppStateModel::willChange(Field field) {
-    if (m_dirty.none()) QMetaObject::invokeMethod(this, "flush", Qt::QueuedConnection);
+    if (field == Field::micLevel || field == Field::outputLevel) {
+        m_levelsAreDirty = true;
+        if (!m_levelsPause.isActive()) queueFlush();
+        return;
+    }
     m_dirty.set(static_cast<std::size_t>(field));
+    queueFlush();
+}
+
+void AppStateModel::queueFlush() {
+    if (!std::exchange(m_flushIsQueued, true)) QMetaObject::invokeMethod(this, "flush", Qt::QueuedConnection);
+}
+
+void AppStateModel::tellLevels() {
+    if (m_levelsPause.isActive() || !std::exchange(m_levelsAreDirty, false)) return;
+    if (m_levelsPause.interval() > 0) m_levelsPause.start();
+    Q_EMIT levelsChanged();
 }
 
 void AppStateModel::flush() {
+    m_flushIsQueued = false;
     const auto take = [this](Field field) {
         const auto place = static_cast<std::size_t>(field);
         const bool wasDirty = m_dirty.test(place);
         m_dirty.reset(place);
         return wasDirty;
     };
-    const bool mic = take(Field::micLevel);
-    const bool output = take(Field::outputLevel);
     const bool elapsed = take(Field::elapsed);
     const bool mics = take(Field::mics);
     const bool others = m_dirty.any();
@@ -88,7 +108,7 @@ void AppStateModel::flush() {
         takeComputedValues();
         followSelectedMic();
     }
-    if (mic || output) Q_EMIT levelsChanged();
+    tellLevels();
     if (elapsed) Q_EMIT elapsedChanged();
     if (mics) Q_EMIT micsChanged();
     if (others) Q_EMIT changed();

@@ -4,9 +4,11 @@
 
 #include <QObject>
 #include <QString>
+#include <QTimer>
 #include <QVariantList>
 #include <QtQml/qqmlregistration.h>
 #include <bitset>
+#include <chrono>
 #include <filesystem>
 #include <optional>
 
@@ -14,7 +16,8 @@ class Workspace;
 
 /// The application's state as views see it: properties to bind to, operations to call. It is the one observer
 /// of the state and tells what has changed once per turn of the event loop: a view never sees a half-done
-/// operation, and a hundred level reports cost one redraw.
+/// operation. Levels are told at most twenty-five times a second, as often as a meter has to move: the sound
+/// server may report eight times as often, and each redraw costs.
 ///
 /// Main thread. State and workspace outlive it.
 class AppStateModel final : public QObject {
@@ -46,7 +49,10 @@ class AppStateModel final : public QObject {
     };
     Q_ENUM(SystemAudio)
 
-    AppStateModel(AppState& state, Workspace& workspace);
+    static constexpr std::chrono::milliseconds betweenLevels{40};
+
+    AppStateModel(AppState& state, Workspace& workspace,
+                  std::chrono::milliseconds levelsPause = betweenLevels);
     ~AppStateModel() override;
     AppStateModel(const AppStateModel&) = delete;
     AppStateModel& operator=(const AppStateModel&) = delete;
@@ -104,12 +110,17 @@ class AppStateModel final : public QObject {
 
   private:
     void willChange(Field field);
+    void queueFlush();
+    void tellLevels();
     void takeComputedValues();
     void followSelectedMic();
 
     AppState& m_state;
     Workspace& m_workspace;
-    std::bitset<static_cast<std::size_t>(Field::systemAudioGranted) + 1> m_dirty;
+    bool m_flushIsQueued = false;
+    std::bitset<static_cast<std::size_t>(Field::systemAudioGranted) + 1> m_dirty; // but for the levels
+    bool m_levelsAreDirty = false;
+    QTimer m_levelsPause; // runs while none are told
     std::optional<std::filesystem::path> m_transcript;
     bool m_micGranted = false;
     bool m_panelIsShown = false;

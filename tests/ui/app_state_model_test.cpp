@@ -1,7 +1,12 @@
 #include "ui/model_fixture.h"
 
+#include <QElapsedTimer>
+#include <QEventLoop>
 #include <array>
+#include <chrono>
 #include <fstream>
+#include <functional>
+#include <vector>
 
 namespace {
 
@@ -56,6 +61,21 @@ TEST_F(AppStateModelTest, AHundredLevelReportsAreToldOnce) {
     EXPECT_THAT(turn(), ElementsAre("levels"));
     EXPECT_FLOAT_EQ(m_model->micLevel(), 0.99F);
     EXPECT_THAT(turn(), IsEmpty());
+}
+
+TEST_F(AppStateModelTest, LevelsAreToldAtMostTwentyFiveTimesASecondAndTheLastOneAlways) {
+    m_model.emplace(*m_state, m_workspace);
+    std::vector<float> told;
+    QObject::connect(&*m_model, &AppStateModel::levelsChanged, [&] { told.push_back(m_model->micLevel()); });
+    QElapsedTimer time;
+    time.start();
+    for (int report = 1; report <= 50; ++report) {
+        m_state->micLevel = static_cast<float>(report) / 50;
+        m_state->status = "another thing that is told at once";
+        QCoreApplication::processEvents();
+    }
+    EXPECT_LE(static_cast<qint64>(told.size()), 2 + time.elapsed() / AppStateModel::betweenLevels.count());
+    while (told.back() != 1) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }
 
 TEST_F(AppStateModelTest, AnOperationIsToldOnceItIsWhole) {

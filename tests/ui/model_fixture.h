@@ -20,7 +20,7 @@ class ModelFixture : public AppStateFixture {
     void SetUp() override {
         launch();
         m_state->willChange = nullptr; // the model's place
-        m_model.emplace(*m_state, m_workspace);
+        m_model.emplace(*m_state, m_workspace, std::chrono::milliseconds(0));
         settle();
         m_journal.clear();
     }

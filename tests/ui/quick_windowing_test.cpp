@@ -111,7 +111,7 @@ TEST_F(QuickWindowingTest, DoneEndsTheWindowFromWithinAndTheNextOneIsAnother) {
                                 services.makeEngine, services.primeSystemAudioPermission,
                                 services.systemAudioWorks, services.transcribeRecording, services.sleep,
                                 services.wallClock, services.environment, services.exit});
-    m_model.emplace(*m_state, m_workspace);
+    m_model.emplace(*m_state, m_workspace, std::chrono::milliseconds(0));
     m_state->openOnboarding();
     show();
     ASSERT_EQ(windows().size(), 1U);
