@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 /// The files of recordings, whose encoder is loaded with the first one. Any thread.
 class LateFiles final : public AudioFileWriterFactory {

@@ -51,6 +51,7 @@ class AppStateModel final : public QObject {
 
     static constexpr std::chrono::milliseconds betweenLevels{40};
 
+    /// `levelsPause` is the least time between one telling of levels and the next.
     AppStateModel(AppState& state, Workspace& workspace,
                   std::chrono::milliseconds levelsPause = betweenLevels);
     ~AppStateModel() override;
