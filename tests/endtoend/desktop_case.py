@@ -54,6 +54,12 @@ class DesktopTest(TestCase):
     def toggle(self):
         self.assertEqual(run("toggle", env=self.env).returncode, 0)
 
+    def start_recording(self):
+        """Without the panel."""
+        self.wait_for_status("Not recording")
+        self.toggle()
+        wait_for(self.recordings, "the recording")
+
     def wait_for_status(self, start):
         wait_for(lambda: self.status()[:1] and self.status()[0].startswith(start), f"the status “{start}”")
 

@@ -20,17 +20,10 @@ constexpr long rangeNotSatisfiable = 416;
 
 constexpr std::size_t longestRefusal = 65536; // bytes; what is sent with a redirect or a refusal is not read
 
-/// Loads libcurl's own state once, and frees it at the end of the process.
+/// Loads libcurl's own state once. It is never freed: a download may still run when the process exits.
 void requireCurl() {
-    struct Library {
-        Library() : result(curl_global_init(CURL_GLOBAL_DEFAULT)) {}
-        ~Library() { curl_global_cleanup(); }
-        Library(const Library&) = delete;
-        Library& operator=(const Library&) = delete;
-        CURLcode result;
-    };
-    static const Library library;
-    if (library.result != CURLE_OK) throw std::bad_alloc();
+    static const CURLcode result = curl_global_init(CURL_GLOBAL_DEFAULT);
+    if (result != CURLE_OK) throw std::bad_alloc();
 }
 
 Error networkError(const std::string& sentence) {

@@ -53,6 +53,6 @@ int FileCalls::unlink(const char* path) {
 }
 
 FileCalls& systemFileCalls() {
-    static FileCalls calls; // without state
+    static FileCalls& calls = *new FileCalls; // never destroyed: handlers of exit() close files
     return calls;
 }

@@ -1,12 +1,11 @@
 #include "base/error.h"
 #include "base/number_text.h"
 #include "platform/media/media_fixture.h"
+#include "support/file_size_limit.h"
 #include "support/small_disk.h"
 
 #include <cerrno>
-#include <csignal>
 #include <string>
-#include <sys/resource.h>
 #include <utility>
 
 namespace {
@@ -47,26 +46,6 @@ class FullDiskTest : public MediaTest {
 
     const std::vector<float> m_second = noise(48000);
     std::vector<std::string> notices;
-};
-
-/// The largest file that this process may write, for a scope; without the signal that comes with it.
-class FileSizeLimit {
-  public:
-    explicit FileSizeLimit(rlim_t bytes) : m_handler(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &m_previous);
-        const rlimit limit{bytes, m_previous.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &m_previous);
-        std::signal(SIGXFSZ, m_handler);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-  private:
-    rlimit m_previous{};
-    void (*m_handler)(int);
 };
 
 TEST_F(FullDiskTest, FileIsClosedBeforeItsLargestSizeAndEveryLaterWriteFailsTheSame) {
