@@ -6,9 +6,14 @@
 #include <cerrno>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <memory>
 #include <string>
 
 namespace {
+
+struct LibraryCloser {
+    void operator()(void* library) const noexcept { dlclose(library); }
+};
 
 [[noreturn]] void fail(int code, const std::string& reason) {
     throw Error("posix", code, "A part of Murmelo cannot be loaded: " + reason + ".");
@@ -29,9 +34,10 @@ const LateBackends& LateModule::backends() {
 const LateBackends& LateModule::load() const {
     if (!m_file) fail(ENOENT, m_path.string() + " is missing");
     const std::string opened = "/proc/self/fd/" + std::to_string(m_file.get());
-    void* const module = dlopen(opened.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (module == nullptr) fail(ELIBACC, dlerror());
-    void* const maker = dlsym(module, "murmeloLateBackends");
+    std::unique_ptr<void, LibraryCloser> module(dlopen(opened.c_str(), RTLD_NOW | RTLD_LOCAL));
+    if (!module) fail(ELIBACC, dlerror());
+    void* const maker = dlsym(module.get(), "murmeloLateBackends");
     if (maker == nullptr) fail(ELIBBAD, m_path.string() + " is damaged");
+    static_cast<void>(module.release()); // it stays
     return *reinterpret_cast<decltype(&murmeloLateBackends)>(maker)();
 }
