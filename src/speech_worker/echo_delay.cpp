@@ -17,9 +17,11 @@ constexpr std::ptrdiff_t longestDelay = 8000; // samples, either way
 constexpr double shortestEcho = -0.002;       // seconds
 constexpr std::size_t firstBin = 300 * echoBlock / 16000;
 constexpr std::size_t lastBin = 4000 * echoBlock / 16000;
-// The peak of a correlation over its standard deviation. Chance reaches 4.5 among so many delays.
+// The peak of a correlation over its standard deviation. Chance reaches 4.5 among so many delays; voices of
+// one synthesiser, which share its noise, 11 in a block, each block at another delay.
 constexpr double plainInStretch = 8;
 constexpr double plainInBlock = 6;
+constexpr double furthestApart = 0.002; // seconds between two blocks of one echo: a stretch drifts by 1 ms
 constexpr float quietestPlayed = 1e-6F; // mean square: -60 dB
 
 using Correlation = std::vector<float>; // by delay in samples, from -longestDelay on
@@ -97,12 +99,21 @@ Peak peakOf(const Correlation& correlation) {
             deviation > 0 ? *peak / deviation : 0};
 }
 
+/// Two blocks tell the same delay. A drift can blur the stretch as a whole.
+bool agree(std::span<const EchoDelay> delays) {
+    for (auto one = delays.begin(); one != delays.end(); ++one)
+        if (std::any_of(one + 1, delays.end(), [&](const EchoDelay& other) {
+                return std::abs(other.delay - one->delay) < furthestApart;
+            }))
+            return true;
+    return false;
+}
+
 } // namespace
 
 std::vector<EchoDelay> echoDelays(std::span<const float> microphone, std::span<const float> system) {
     std::vector<EchoDelay> delays;
     Correlation whole(2 * longestDelay);
-    bool plain = false;
     for (std::size_t at = 0; at + echoBlock <= std::min(microphone.size(), system.size()); at += echoBlock) {
         const std::span<const float> heard = microphone.subspan(at, echoBlock);
         const std::span<const float> played = system.subspan(at, echoBlock);
@@ -111,10 +122,9 @@ std::vector<EchoDelay> echoDelays(std::span<const float> microphone, std::span<c
         const Peak peak = peakOf(correlation);
         if (peak.delay < shortestEcho) continue;
         std::transform(whole.begin(), whole.end(), correlation.begin(), whole.begin(), std::plus<>());
-        plain = plain || peak.sharpness > plainInStretch; // a drift blurs the stretch
         if (peak.sharpness > plainInBlock)
             delays.push_back({(static_cast<double>(at) + echoBlock / 2.0) / sampleRate, peak.delay});
     }
-    if (!plain && peakOf(whole).sharpness <= plainInStretch) delays.clear();
+    if (!agree(delays) && peakOf(whole).sharpness <= plainInStretch) delays.clear();
     return delays;
 }

@@ -12,8 +12,8 @@ struct EchoDelay {
 
 /// Looks at a stretch of both tracks, 16 kHz mono, whose first samples belong to the same time: an estimate
 /// for the middle of each block of 2 s in which an echo is plain. Empty when neither the stretch as a whole
-/// nor one of its blocks shows it beyond doubt, so that chance never looks like an echo. Blocks in which
-/// nothing was played tell nothing, nor does what is left behind the last whole block.
+/// shows it beyond doubt nor two of its blocks at the same delay, so that chance never looks like an echo.
+/// Blocks in which nothing was played tell nothing, nor does what is left behind the last whole block.
 ///
 /// Generalised cross-correlation with phase transform (Knapp and Carter, IEEE Trans. ASSP 24, 1976), 300 to
 /// 4000 Hz, delays up to 0.5 s. Where the microphone hears more than 2 ms *before* it is played (the tracks'

@@ -3,6 +3,7 @@
 #include "support/leaking_room.h"
 #include "support/synthetic_voice.h"
 
+#include <array>
 #include <gtest/gtest.h>
 
 namespace {
@@ -56,6 +57,24 @@ TEST(EchoDelays, WithoutEchoThereAreNone) {
     EXPECT_TRUE(echoDelays(noiseOf(1), babble(stretch, 0.05F)).empty());
     EXPECT_TRUE(
         echoDelays(mixed(sine(stretch, 440, 0.1F), noiseOf(1, 0.0003F)), sine(stretch, 660, 0.1F)).empty());
+}
+
+/// Noise in which a faint echo of `played` comes after another delay, in milliseconds, in each block.
+std::vector<float> faintEchoes(const std::vector<float>& played, const std::array<double, 5>& delays) {
+    std::vector<float> echoes;
+    for (std::size_t block = 0; block < delays.size(); ++block) {
+        const std::vector<float> echo = leaked(played, {-14, delays[block]});
+        const auto begin = echo.begin() + static_cast<std::ptrdiff_t>(block * echoBlock);
+        echoes.insert(echoes.end(), begin, begin + echoBlock);
+    }
+    return mixed(echoes, noiseOf(2));
+}
+
+TEST(EchoDelays, BlocksThatContradictEachOtherAreNoEcho) {
+    const std::vector<float> played = noiseOf(1);
+    EXPECT_TRUE(echoDelays(faintEchoes(played, {50, 150, 250, 350, 450}), played).empty());
+    EXPECT_GE(echoDelays(faintEchoes(played, {50, 150, 250, 350, 351}), played).size(), 2U);
+    EXPECT_EQ(echoDelays(faintEchoes(played, {250, 250, 250, 250, 250}), played).size(), 5U);
 }
 
 TEST(EchoDelays, SilenceTellsNothing) {
