@@ -15,6 +15,7 @@
 #include "speech_worker/echo_removal.h"
 #include "support/leaking_conversation.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <functional>
@@ -59,9 +60,10 @@ class Bench {
             for (const double level : {-3, -10, -20}) {
                 const std::size_t twice =
                     farWords(spoken, heard(mixed(spoken.near, leaked(spoken.far, {level, 40})), nullptr));
-                for (const double delay : {5, 40, 120, 250})
+                for (const double shortest : {5, 40, 120, 250})
                     for (const double drift : {0, 100, -100})
-                        printPair(spoken, {level, delay, drift}, twice, least, atOnce);
+                        printPair(spoken, shortest, {level, delayAtBegin(shortest, drift, spoken), drift},
+                                  twice, least, atOnce);
             }
         }
         std::printf(
@@ -116,14 +118,20 @@ class Bench {
         removal.finish();
     }
 
-    void printPair(const Conversation& spoken, const Leak& leak, std::size_t twice, double least,
-                   bool atOnce) {
+    /// In milliseconds. A delay that shrinks is at its shortest at the end: no echo comes before its sound.
+    static double delayAtBegin(double shortest, double partsPerMillion, const Conversation& spoken) {
+        const double milliseconds = static_cast<double>(spoken.far.size()) / 16;
+        return shortest + std::max(0.0, -partsPerMillion) * 1e-6 * milliseconds;
+    }
+
+    void printPair(const Conversation& spoken, double shortestDelay, const Leak& leak, std::size_t twice,
+                   double least, bool atOnce) {
         const std::string words = heard(mixed(spoken.near, leaked(spoken.far, leak)), &spoken.far);
         const std::size_t left = farWords(spoken, words);
         const double errors = wordErrorRate(spoken.nearText, words);
-        std::printf("%7.0f %9.0f %5.0f  %-7s %17zu / %zu %29.1f %% %13.1f %%\n", leak.decibels,
-                    leak.milliseconds, leak.partsPerMillion, atOnce ? "at once" : "in turn", left, twice,
-                    100 * errors, 100 * least);
+        std::printf("%7.0f %9.0f %5.0f  %-7s %17zu / %zu %29.1f %% %13.1f %%\n", leak.decibels, shortestDelay,
+                    leak.partsPerMillion, atOnce ? "at once" : "in turn", left, twice, 100 * errors,
+                    100 * least);
         std::fflush(stdout);
         m_left += left;
         m_twice += twice;
