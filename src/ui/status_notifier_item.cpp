@@ -153,10 +153,15 @@ void StatusNotifierItem::setPlace(Place place) {
 
 void StatusNotifierItem::setIcon(const QString& name, const QIcon& drawn) {
     m_iconName = name;
-    m_pixmaps.clear();
-    for (const int size : {16, 22, 24, 32, 48})
-        m_pixmaps.append(trayPixmap(drawn.pixmap(QSize(size, size), 1.0).toImage()));
+    m_icon = drawn;
     Q_EMIT NewIcon();
+}
+
+TrayPixmaps StatusNotifierItem::iconPixmap() const {
+    TrayPixmaps pixmaps;
+    for (const int size : {16, 22, 24, 32, 48})
+        pixmaps.append(trayPixmap(m_icon.pixmap(QSize(size, size), 1.0).toImage()));
+    return pixmaps;
 }
 
 void StatusNotifierItem::setToolTip(const QString& text) {

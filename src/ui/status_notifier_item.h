@@ -67,7 +67,7 @@ class StatusNotifierItem final : public QObject {
     StatusNotifierItem& operator=(const StatusNotifierItem&) = delete;
 
     Place place() const { return m_place; }
-    /// The icon of that name in the theme, and what hosts without themes show instead.
+    /// The icon of that name in the theme, and what hosts without themes show instead: drawn when one asks.
     void setIcon(const QString& name, const QIcon& drawn);
     void setToolTip(const QString& text);
     TrayMenu& menu() { return m_menu; }
@@ -79,7 +79,7 @@ class StatusNotifierItem final : public QObject {
     int windowId() const { return 0; }
     QString iconName() const { return m_iconName; }
     QString iconThemePath() const { return m_iconThemePath; }
-    TrayPixmaps iconPixmap() const { return m_pixmaps; }
+    TrayPixmaps iconPixmap() const;
     TrayToolTip toolTip() const { return {{}, {}, title(), m_toolTip}; }
     bool itemIsMenu() const { return false; } // a click is ours, not the menu's
     QDBusObjectPath menuPath() const;
@@ -119,6 +119,6 @@ class StatusNotifierItem final : public QObject {
     Place m_place = Place::unknown;
     bool m_isAnnounced = false; // to the watcher that is there now
     QString m_iconName;
-    TrayPixmaps m_pixmaps;
+    QIcon m_icon;
     QString m_toolTip;
 };
