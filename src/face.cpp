@@ -39,7 +39,7 @@ void Face::connectTray(AppState& state) {
     on(&TrayIcon::toggleChosen, [&state] { state.toggleRecording(); });
     on(&TrayIcon::quitChosen, [this] { m_model->quit(); });
     on(&TrayIcon::hostChanged, [this] {
-        if (m_tray->host() != TrayIcon::Host::none) return;
+        if (m_tray->host() != TrayIcon::Host::none) return m_panel->closeUnusedOrdinaryWindow();
         openPanel(); // else nobody could reach us
         m_windowing.raiseOnboardingWindow();
     });

@@ -1,5 +1,6 @@
 #include "ui/panel_window.h"
 
+#include <QEvent>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QPainterPath>
@@ -60,6 +61,7 @@ PanelWindow::PanelWindow(QQuickItem& content, std::unique_ptr<QQuickItem> backgr
     m_background->setParentItem(m_window->contentItem());
     content.setParentItem(m_window->contentItem());
     content.setFocus(true);
+    m_window->installEventFilter(this);
     connect(&content, &QQuickItem::implicitWidthChanged, this, &PanelWindow::fit);
     connect(&content, &QQuickItem::implicitHeightChanged, this, &PanelWindow::fit);
     connect(m_window.get(), &QWindow::activeChanged, this, &PanelWindow::lostKeyboard, Qt::QueuedConnection);
@@ -100,6 +102,7 @@ void PanelWindow::openAsOrdinaryWindow() {
 }
 
 void PanelWindow::show() {
+    m_isUsed = false;
     m_closedByFocusLoss.reset();
     m_background->setProperty("framed", m_anchor.has_value());
     fit();
@@ -114,6 +117,17 @@ void PanelWindow::close() {
 
 void PanelWindow::closeAtIcon() {
     if (m_anchor) close();
+}
+
+void PanelWindow::closeUnusedOrdinaryWindow() {
+    if (!m_anchor && !m_isUsed) close();
+}
+
+bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
+    const QEvent::Type type = event->type();
+    if (type == QEvent::KeyPress || type == QEvent::MouseButtonPress || type == QEvent::TouchBegin)
+        m_isUsed = true;
+    return QObject::eventFilter(watched, event);
 }
 
 bool PanelWindow::isOpen() const {

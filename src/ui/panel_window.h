@@ -36,9 +36,13 @@ class PanelWindow final : public QObject {
     void close();
     /// As when the keyboard goes elsewhere: not the ordinary window.
     void closeAtIcon();
+    /// Now there is a tray: the ordinary window goes, unless the user has clicked or typed in it.
+    void closeUnusedOrdinaryWindow();
     bool isOpen() const;
 
     QQuickWindow& window() { return *m_window; }
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
   private Q_SLOTS:
     void colourWindow();
@@ -53,5 +57,6 @@ class PanelWindow final : public QObject {
     const std::unique_ptr<QQuickItem> m_background;
     const QPointer<QQuickItem> m_content;
     std::optional<PanelAnchor> m_anchor;                 // nothing: an ordinary window
+    bool m_isUsed = false;                               // since it was opened
     std::optional<TimedQueue::Time> m_closedByFocusLoss; // when
 };

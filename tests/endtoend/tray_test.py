@@ -148,6 +148,7 @@ class TrayTests:
         wait_for(self.panel_is_open, "the panel's opening by itself")
         self.start_tray()
         self.wait_for_icon()
+        wait_for(lambda: not self.panel_is_open(), "the end of the window that nobody has used")
         self.choose("record")
         wait_for(self.icon_is_red, "the icon's turning red")
 

@@ -153,6 +153,23 @@ TEST_F(PanelWindowTest, AfterATrayHasComeItIsAPanelAgain) {
     EXPECT_TRUE(window().flags() & Qt::FramelessWindowHint);
 }
 
+TEST_F(PanelWindowTest, WhenATrayComesAnOrdinaryWindowThatNobodyHasUsedGoes) {
+    m_panel->openAsOrdinaryWindow();
+    m_panel->closeUnusedOrdinaryWindow();
+    EXPECT_FALSE(m_panel->isOpen());
+    m_panel->openAsOrdinaryWindow();
+    QTest::mouseClick(&window(), Qt::LeftButton);
+    m_panel->closeUnusedOrdinaryWindow();
+    EXPECT_TRUE(m_panel->isOpen());
+    m_panel->openAsOrdinaryWindow();
+    QTest::keyClick(&window(), Qt::Key_Tab);
+    m_panel->closeUnusedOrdinaryWindow();
+    EXPECT_TRUE(m_panel->isOpen());
+    m_panel->open(click());
+    m_panel->closeUnusedOrdinaryWindow();
+    EXPECT_TRUE(m_panel->isOpen()) << "it is at the icon already";
+}
+
 TEST_F(PanelWindowTest, BackgroundAndBorderAreDrawnBehindTheContent) {
     const auto background = [this] { return m_views.theme().property("window").value<QColor>(); };
     for (const bool dark : {false, true}) {
