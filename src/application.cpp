@@ -60,7 +60,7 @@ class Application {
         on(&SingleInstance::quitRequested, &QCoreApplication::quit);
         QObject::connect(&m_notices, &DesktopNotices::panelWanted, &m_context,
                          [this] { m_face.openPanel(); });
-        m_face.show(*m_state);
+        m_face.show(*m_state, m_main);
     }
 
     /// Jobs may still run: nobody waits for them. A speech worker ends when its parent does.
@@ -118,6 +118,7 @@ class Application {
 
     TerminationNotifier m_termination;
     DesktopWorkspace m_workspace;
+    Face m_face{QDBusConnection::sessionBus(), m_workspace}; // early: while it loads types the rest is made
     DesktopNotices m_notices{QDBusConnection::sessionBus(), m_workspace};
     ThreadQueue m_timers{"timers"};
     Mp4Recovery m_recovery;
@@ -129,8 +130,7 @@ class Application {
     IniSettingsStore m_settings{settingsFile()};
     DesktopMicAuthorization m_micAuthorization{QDBusConnection::sessionBus()};
     QtMainQueue m_main; // after the sound: what still waits in it may hold an engine
-    Face m_face{QDBusConnection::sessionBus(), m_workspace, m_main};
-    JobThreads m_jobs; // before the state: joined once the state is gone
+    JobThreads m_jobs;  // before the state: joined once the state is gone
     std::shared_ptr<AppState> m_state;
     QObject m_context; // ends the connections
 };

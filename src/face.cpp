@@ -5,11 +5,25 @@
 #include <QGuiApplication>
 #include <QIcon>
 
-Face::Face(const QDBusConnection& sessionBus, Workspace& workspace, const TimedQueue& clock)
-    : m_workspace(workspace), m_clock(clock), m_sessionBus(sessionBus), m_appearance(sessionBus),
+namespace {
+
+/// The drawn sizes: each window waits for its icon, and the scalable one takes longer to draw.
+QIcon windowIcon() {
+    QIcon icon;
+    for (const int size : {16, 32, 48, 128})
+        icon.addFile(QStringLiteral("%1/hicolor/%2x%2/apps/org.murmelo.Murmelo.png")
+                         .arg(iconThemePath(executableFolder()))
+                         .arg(size),
+                     {size, size});
+    return icon;
+}
+
+} // namespace
+
+Face::Face(const QDBusConnection& sessionBus, Workspace& workspace)
+    : m_workspace(workspace), m_sessionBus(sessionBus), m_appearance(sessionBus),
       m_windowing(m_views, [this](AppState& state) -> AppStateModel& { return modelOf(state); }) {
-    QGuiApplication::setWindowIcon(QIcon(iconThemePath(executableFolder()) +
-                                         QStringLiteral("/hicolor/scalable/apps/org.murmelo.Murmelo.svg")));
+    QGuiApplication::setWindowIcon(windowIcon());
 }
 
 /// The state may show the onboarding window while it is being made, before anyone else knows it.
@@ -21,10 +35,10 @@ AppStateModel& Face::modelOf(AppState& state) {
     return *m_model;
 }
 
-void Face::show(AppState& state) {
+void Face::show(AppState& state, const TimedQueue& clock) {
     m_tray = std::make_unique<TrayIcon>(m_sessionBus, iconThemePath(executableFolder()));
     m_panel = std::make_unique<PanelWindow>(*m_views.makePanel(modelOf(state)), m_views.makePanelBackground(),
-                                            m_clock);
+                                            clock);
     connectTray(state);
 }
 

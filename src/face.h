@@ -17,15 +17,15 @@
 /// Main thread, after the application object, which is one with widgets.
 class Face {
   public:
-    /// `sessionBus` may be disconnected. Workspace and clock outlive the face.
-    Face(const QDBusConnection& sessionBus, Workspace& workspace, const TimedQueue& clock);
+    /// `sessionBus` may be disconnected. The workspace outlives the face.
+    Face(const QDBusConnection& sessionBus, Workspace& workspace);
 
     /// For the state, which is made after it and goes before it.
     Windowing& windowing() { return m_windowing; }
 
-    /// Puts the icon into the tray, and opens the panel as an ordinary window whenever there is no tray.
-    /// Once.
-    void show(AppState& state);
+    /// Puts the icon into the tray, and opens the panel as an ordinary window as long as there is no tray.
+    /// Once. State and clock last until forgetState.
+    void show(AppState& state, const TimedQueue& clock);
     /// The user has asked for the program, but not by a click on the icon.
     void openPanel();
     /// Everything that shows the state goes; then the state can.
@@ -36,7 +36,6 @@ class Face {
     void connectTray(AppState& state);
 
     Workspace& m_workspace;
-    const TimedQueue& m_clock;
     QDBusConnection m_sessionBus;
     Appearance m_appearance;
     Views m_views{m_appearance};

@@ -5,16 +5,28 @@
 #include "ui/symbol_provider.h"
 
 #include <QDebug>
-#include <QQmlComponent>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QUrl>
+#include <array>
 #include <memory>
 
 // Generated from what the headers say to QML. The call keeps the linker from leaving it out.
 void qml_register_types_Murmelo_Ui();
 
+// What the plugins of these modules would do, which then need not be loaded: the thread that loads the types
+// stops at each plugin until the main thread has time for it.
+void qml_register_types_QtQml_WorkerScript();
+void qml_register_types_QtQuick_Layouts();
+
 namespace {
+
+[[gnu::used]] const std::array registeredByTheLibraries{&qml_register_types_QtQml_WorkerScript,
+                                                           &qml_register_types_QtQuick_Layouts};
+
+QUrl urlOf(const QString& type) {
+    return QUrl(QStringLiteral("qrc:/qt/qml/Murmelo/Ui/%1.qml").arg(type));
+}
 
 /// A singleton written in QML can be reached only from QML.
 QObject* findTheme(QQmlEngine& engine) {
@@ -28,16 +40,24 @@ QObject* findTheme(QQmlEngine& engine) {
 
 } // namespace
 
-Views::Views(const Appearance& appearance) {
+Views::Views(const Appearance& appearance) : m_appearance(appearance) {
     if (QQuickWindow::sceneGraphBackend() != QStringLiteral("software"))
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     qml_register_types_Murmelo_Ui();
     m_engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
     m_engine.addImageProvider(QStringLiteral("symbol"), new SymbolProvider); // the engine owns it
-    m_theme = findTheme(m_engine);
-    follow(appearance);
-    QObject::connect(&appearance, &Appearance::changed, &m_context,
-                     [this, &appearance] { follow(appearance); });
+    m_panelTypes.loadUrl(urlOf(QStringLiteral("MenuPanel")), QQmlComponent::Asynchronous);
+    QObject::connect(&appearance, &Appearance::changed, &m_context, [this] {
+        if (m_theme != nullptr) followAppearance();
+    });
+}
+
+QObject& Views::theme() {
+    if (m_theme == nullptr) {
+        m_theme = findTheme(m_engine);
+        followAppearance();
+    }
+    return *m_theme;
 }
 
 QQuickItem* Views::makePanel(AppStateModel& model) {
@@ -54,7 +74,8 @@ std::unique_ptr<QQuickItem> Views::makePanelBackground() {
 }
 
 QObject* Views::create(const QString& type, const QVariantMap& properties) {
-    QQmlComponent component(&m_engine, QUrl(QStringLiteral("qrc:/qt/qml/Murmelo/Ui/%1.qml").arg(type)));
+    theme();                                         // as the user wants it before anything is drawn
+    QQmlComponent component(&m_engine, urlOf(type)); // waits for its types
     if (!component.isReady()) qFatal("%s", qPrintable(component.errorString())); // an error of our own
     QObject* const created = component.createWithInitialProperties(properties);
     QQmlEngine::setObjectOwnership(created, QQmlEngine::CppOwnership);
@@ -67,8 +88,8 @@ QObject* Views::make(const QString& type, AppStateModel& model) {
     return view;
 }
 
-void Views::follow(const Appearance& appearance) {
-    m_theme->setProperty("dark", appearance.isDark());
-    m_theme->setProperty("textScale", appearance.textScale());
-    m_theme->setProperty("animated", appearance.isAnimated());
+void Views::followAppearance() {
+    m_theme->setProperty("dark", m_appearance.isDark());
+    m_theme->setProperty("textScale", m_appearance.textScale());
+    m_theme->setProperty("animated", m_appearance.isAnimated());
 }

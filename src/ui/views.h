@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QQmlComponent>
 #include <QQmlEngine>
 #include <QString>
 #include <QVariantMap>
@@ -12,6 +13,9 @@ class QQuickItem;
 class QQuickWindow;
 
 /// Makes the program's views: one QML engine with the symbols, and the theme as the user wants it.
+///
+/// From their making on the panel's types are loaded on a thread of the engine's, so that whoever makes them
+/// early has less to wait for later.
 ///
 /// What it makes goes with the model that it shows, or earlier when its owner destroys it; and all of it goes
 /// before the Views do. Windows are drawn by the software renderer, which the first Views choose: make them
@@ -32,14 +36,16 @@ class Views final {
 
     QQmlEngine& engine() { return m_engine; }
     /// The singleton Theme.qml.
-    QObject& theme() { return *m_theme; }
+    QObject& theme();
 
   private:
     QObject* create(const QString& type, const QVariantMap& properties);
     QObject* make(const QString& type, AppStateModel& model);
-    void follow(const Appearance& appearance);
+    void followAppearance();
 
+    const Appearance& m_appearance;
     QQmlEngine m_engine;
-    QObject* m_theme;  // the engine's
-    QObject m_context; // ends the connections
+    QQmlComponent m_panelTypes{&m_engine};
+    QObject* m_theme = nullptr; // the engine's, once it is needed: it comes with the types
+    QObject m_context;          // ends the connections
 };
