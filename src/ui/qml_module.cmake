@@ -1,8 +1,8 @@
 # The QML of the room ui as the module Murmelo.Ui, compiled into the library with its icons.
 set(qml_types
-    BaseButton Card ElapsedText FocusRing InputCard LastRecordingCard LinkButton MenuPanel MeterBar MicPicker
-    OnboardingRow OnboardingView OnboardingWindow PanelBackground ProminentButton PushButton RecordCard SmallSwitch Spinner Symbol
-    Theme ThinScrollIndicator TranscribeCard)
+    BaseButton ButtonText Card ElapsedText FocusRing InputCard Label LastRecordingCard LinkButton MenuPanel MeterBar MicList
+    MicPicker OnboardingRow OnboardingView OnboardingWindow PanelBackground ProminentButton PushButton RecordCard SmallSwitch
+    Spinner Symbol Theme ThinScrollIndicator TranscribeCard)
 list(TRANSFORM qml_types REPLACE "(.+)" "ui/qml/\\1.qml" OUTPUT_VARIABLE qml_files)
 foreach(file ${qml_files})
     get_filename_component(name ${file} NAME)
@@ -20,7 +20,7 @@ foreach(file ${icon_files})
 endforeach()
 
 set_target_properties(ui PROPERTIES AUTOMOC ON)
-target_include_directories(ui PRIVATE ui) # for the generated registration of types
+target_include_directories(ui PRIVATE ui ui/qml) # for the generated registration of types
 # No plugin: the program has the module in itself.
 qt_add_qml_module(ui
     URI Murmelo.Ui
@@ -29,6 +29,7 @@ qt_add_qml_module(ui
     OUTPUT_TARGETS ui_parts
     RESOURCE_PREFIX /qt/qml
     OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/qml/Murmelo/Ui
+    SOURCES ui/qml/pressable.cpp ui/qml/pressable.h
     QML_FILES ${qml_files}
     RESOURCES ${icon_files})
 

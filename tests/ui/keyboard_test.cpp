@@ -26,8 +26,17 @@ class Keyboard : public UiFixture {
         m_model->reread();
         show();
     }
+    bool ringIsVisible(const char* name) const {
+        for (const QQuickItem* const each : item(name).findChildren<QQuickItem*>("focusRing"))
+            if (each->isVisible()) return true;
+        return false;
+    }
     bool popupIsOpen() const {
         return item("micPicker").property("popup").value<QObject*>()->property("opened").toBool();
+    }
+    void openList() {
+        press(Qt::Key_Space);
+        ASSERT_TRUE(QTest::qWaitFor([this] { return popupIsOpen(); }));
     }
 };
 
@@ -99,6 +108,99 @@ TEST_F(Keyboard, ArrowsChooseAMicrophone) {
     EXPECT_EQ(m_state->selectedMicID.get(), "desk");
 }
 
+TEST_F(Keyboard, ArrowsStopAtTheFirstAndTheLastMicrophone) {
+    openPanel();
+    giveKeyboardTo("micPicker");
+    press(Qt::Key_Down);
+    EXPECT_EQ(m_state->selectedMicID.get(), "desk");
+    press(Qt::Key_Up);
+    press(Qt::Key_Up);
+    EXPECT_EQ(m_state->selectedMicID.get(), "headset");
+}
+
+TEST_F(Keyboard, HomeAndEndChooseTheFirstAndTheLastMicrophone) {
+    openPanel();
+    giveKeyboardTo("micPicker");
+    press(Qt::Key_Home);
+    EXPECT_EQ(m_state->selectedMicID.get(), "headset");
+    press(Qt::Key_End);
+    EXPECT_EQ(m_state->selectedMicID.get(), "desk");
+    EXPECT_TRUE(item("micPicker").property("popup").isNull()) << "no list was opened for it";
+}
+
+TEST_F(Keyboard, DownChoosesTheFirstMicrophoneWhereNoneIsSelected) {
+    openPanel();
+    m_state->selectedMicID = std::nullopt;
+    runEventLoop();
+    giveKeyboardTo("micPicker");
+    press(Qt::Key_Up);
+    EXPECT_EQ(m_state->selectedMicID.get(), std::nullopt);
+    press(Qt::Key_Down);
+    EXPECT_EQ(m_state->selectedMicID.get(), "headset");
+}
+
+TEST_F(Keyboard, ALetterChoosesTheMicrophoneThatBeginsWithIt) {
+    openPanel();
+    giveKeyboardTo("micPicker");
+    press(Qt::Key_H);
+    EXPECT_EQ(m_state->selectedMicID.get(), "headset");
+    press(Qt::Key_X);
+    EXPECT_EQ(m_state->selectedMicID.get(), "headset");
+    openList();
+    press(Qt::Key_D);
+    EXPECT_EQ(m_state->selectedMicID.get(), "headset"); // not yet
+    press(Qt::Key_Space);
+    EXPECT_EQ(m_state->selectedMicID.get(), "desk");
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !popupIsOpen(); }));
+}
+
+TEST_F(Keyboard, ReturnOpensNoList) {
+    openPanel();
+    giveKeyboardTo("micPicker");
+    press(Qt::Key_Return);
+    EXPECT_TRUE(item("micPicker").property("popup").isNull());
+    EXPECT_TRUE(m_window->isVisible());
+}
+
+TEST_F(Keyboard, TabClosesTheListAndGoesOn) {
+    openPanel();
+    giveKeyboardTo("micPicker");
+    openList();
+    press(Qt::Key_Tab);
+    EXPECT_EQ(keyboardIsAt(), "transcriptSwitch");
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !popupIsOpen(); }));
+}
+
+TEST_F(Keyboard, AHeldKeyPressesOnce) {
+    openPanel();
+    giveKeyboardTo("transcriptSwitch");
+    for (const Qt::Key key : {Qt::Key_Space, Qt::Key_Return}) {
+        const bool before = m_state->transcribeEnabled;
+        const auto send = [this, key](QEvent::Type type, bool again) {
+            QKeyEvent event(type, key, Qt::NoModifier, QString(), again);
+            QCoreApplication::sendEvent(m_window, &event);
+        };
+        send(QEvent::KeyPress, false);
+        for (int times = 0; times < 3; ++times) {
+            send(QEvent::KeyRelease, true);
+            send(QEvent::KeyPress, true);
+        }
+        send(QEvent::KeyRelease, false);
+        EXPECT_NE(m_state->transcribeEnabled, before);
+    }
+}
+
+TEST_F(Keyboard, SpaceThatIsReleasedElsewherePressesNothing) {
+    openPanel();
+    const bool before = m_state->transcribeEnabled;
+    giveKeyboardTo("transcriptSwitch");
+    QTest::keyPress(m_window, Qt::Key_Space);
+    press(Qt::Key_Tab);
+    QTest::keyRelease(m_window, Qt::Key_Space);
+    EXPECT_EQ(m_state->transcribeEnabled, before);
+    EXPECT_FALSE(item("transcriptSwitch").property("down").toBool());
+}
+
 TEST_F(Keyboard, EscapeClosesFirstTheListThenThePanel) {
     openPanel();
     giveKeyboardTo("micPicker");
@@ -149,11 +251,6 @@ TEST_F(Keyboard, GoesThroughOnboarding) {
 
 TEST_F(Keyboard, ARingShowsWhereItIs) {
     openPanel();
-    const auto ringIsVisible = [this](const char* name) {
-        for (const QQuickItem* const each : item(name).findChildren<QQuickItem*>("focusRing"))
-            if (each->isVisible()) return true;
-        return false;
-    };
     for (const char* const name :
          {"micPicker", "transcriptSwitch", "permissionsButton", "quitButton", "recordButton"}) {
         EXPECT_FALSE(ringIsVisible(name)) << name;
@@ -161,6 +258,18 @@ TEST_F(Keyboard, ARingShowsWhereItIs) {
         EXPECT_TRUE(ringIsVisible(name)) << name;
     }
     click("transcriptSwitch"); // by mouse
+    EXPECT_FALSE(ringIsVisible("transcriptSwitch"));
+}
+
+TEST_F(Keyboard, TheRingComesWithTabAndNotWithTheMouse) {
+    openPanel();
+    click("micPicker");
+    EXPECT_EQ(keyboardIsAt(), "micPicker");
+    EXPECT_FALSE(ringIsVisible("micPicker"));
+    press(Qt::Key_Tab);
+    EXPECT_TRUE(ringIsVisible("transcriptSwitch"));
+    press(Qt::Key_Backtab);
+    EXPECT_TRUE(ringIsVisible("micPicker"));
     EXPECT_FALSE(ringIsVisible("transcriptSwitch"));
 }
 

@@ -2,6 +2,7 @@
 #include "ui/ui_fixture.h"
 
 #include <QFont>
+#include <QtQml/qqml.h>
 #include <fstream>
 
 namespace {
@@ -23,6 +24,10 @@ class Panel : public UiFixture {
     }
     double panelHeight() const { return m_panel->implicitHeight(); }
     QObject& popup() const { return *item("micPicker").property("popup").value<QObject*>(); }
+    QPoint centreOf(const char* name) const {
+        const QQuickItem& target = item(name);
+        return target.mapToScene({target.width() / 2, target.height() / 2}).toPoint();
+    }
     bool popupIsOpen() const { return popup().property("opened").toBool(); }
 };
 
@@ -41,6 +46,21 @@ TEST_F(Panel, MadeButNotShownItCallsNothing) {
     m_panel = m_views.makePanel(*m_model);
     show();
     EXPECT_THAT(calls(), IsEmpty());
+}
+
+/// They take longer to load than the panel to be drawn.
+TEST_F(Panel, LoadsTheControlsOfQtOnlyForTheListOfMicrophones) {
+    const auto areLoaded = [] { return qmlTypeId("QtQuick.Templates", 2, 15, "Popup") != -1; };
+    if (areLoaded()) GTEST_SKIP() << "an earlier test has opened the list";
+    openOnboarding();
+    openPanel();
+    makeARecording();
+    EXPECT_FALSE(areLoaded());
+    EXPECT_TRUE(item("micPicker").property("popup").isNull());
+    m_state->lastRecording = std::nullopt;
+    runEventLoop();
+    click("micPicker");
+    EXPECT_TRUE(areLoaded());
 }
 
 TEST_F(Panel, OpenedDuringARecordingItStartsNoPreview) {
@@ -135,6 +155,61 @@ TEST_F(Panel, TheElapsedTimeKeepsItsWidthAsSecondsTick) {
     for (const int seconds : {0, 8, 9, 500, 1428, 2508, 3599}) EXPECT_EQ(widthAt(seconds), width) << seconds;
 }
 
+TEST_F(Panel, APressThatIsReleasedElsewhereClicksNothing) {
+    openPanel();
+    const QPoint outside(2, 2);
+    for (const char* const name : {"recordButton", "transcriptSwitch", "micPicker"}) {
+        QTest::mousePress(m_window, Qt::LeftButton, {}, centreOf(name));
+        EXPECT_TRUE(item(name).property("down").toBool()) << name;
+        QTest::mouseMove(m_window, outside);
+        EXPECT_FALSE(item(name).property("down").toBool()) << name;
+        QTest::mouseRelease(m_window, Qt::LeftButton, {}, outside);
+        runEventLoop();
+        EXPECT_FALSE(item(name).property("down").toBool()) << name;
+        EXPECT_EQ(keyboardIsAt(), name);
+    }
+    EXPECT_FALSE(m_state->isStarting);
+    EXPECT_FALSE(m_state->transcribeEnabled);
+    EXPECT_TRUE(item("micPicker").property("popup").isNull());
+}
+
+TEST_F(Panel, APressThatComesBackClicks) {
+    openPanel();
+    QTest::mousePress(m_window, Qt::LeftButton, {}, centreOf("recordButton"));
+    QTest::mouseMove(m_window, QPoint(2, 2));
+    QTest::mouseMove(m_window, centreOf("recordButton"));
+    QTest::mouseRelease(m_window, Qt::LeftButton, {}, centreOf("recordButton"));
+    EXPECT_TRUE(m_state->isStarting);
+}
+
+TEST_F(Panel, OnlyTheLeftButtonClicks) {
+    openPanel();
+    for (const Qt::MouseButton button : {Qt::RightButton, Qt::MiddleButton})
+        QTest::mouseClick(m_window, button, {}, centreOf("recordButton"));
+    EXPECT_FALSE(m_state->isStarting);
+}
+
+TEST_F(Panel, WhatIsDisabledTakesNeitherClickNorKeyboard) {
+    openPanel();
+    click("transcriptSwitch");
+    m_state->selectedMicID = std::nullopt;
+    runEventLoop();
+    click("recordButton");
+    EXPECT_FALSE(m_state->isStarting);
+    EXPECT_EQ(keyboardIsAt(), "transcriptSwitch");
+}
+
+TEST_F(Panel, TheMouseShowsWhatItIsAbove) {
+    openPanel();
+    QTest::mouseMove(m_window, centreOf("quitButton"));
+    runEventLoop();
+    EXPECT_TRUE(item("quitButton").property("hovered").toBool());
+    QTest::mouseMove(m_window, centreOf("permissionsButton"));
+    runEventLoop();
+    EXPECT_FALSE(item("quitButton").property("hovered").toBool());
+    EXPECT_TRUE(item("permissionsButton").property("hovered").toBool());
+}
+
 // --- the microphone
 
 TEST_F(Panel, TheMicrophoneCannotBeChangedDuringARecording) {
@@ -201,6 +276,31 @@ TEST_F(Panel, AnOpenListDoesNotComeBackWithThePanel) {
     closePanel();
     openPanel();
     EXPECT_FALSE(popupIsOpen());
+}
+
+TEST_F(Panel, TheListFollowsTheMouseAndTheSelection) {
+    openPanel();
+    click("micPicker");
+    ASSERT_TRUE(QTest::qWaitFor([this] { return popupIsOpen(); }));
+    EXPECT_EQ(item("micPicker").property("highlightedIndex").toInt(), 1);
+    auto* const list = popup().property("contentItem").value<QQuickItem*>();
+    QTest::mouseMove(m_window, list->mapToScene({30, 10}).toPoint());
+    runEventLoop();
+    EXPECT_EQ(item("micPicker").property("highlightedIndex").toInt(), 0);
+    EXPECT_EQ(m_state->selectedMicID.get(), "desk");
+}
+
+TEST_F(Panel, AClickElsewhereClosesTheList) {
+    openPanel();
+    click("micPicker");
+    ASSERT_TRUE(QTest::qWaitFor([this] { return popupIsOpen(); }));
+    click("title");
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !popupIsOpen(); }));
+    click("micPicker");
+    ASSERT_TRUE(QTest::qWaitFor([this] { return popupIsOpen(); }));
+    click("micPicker");
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !popupIsOpen(); }));
+    EXPECT_EQ(m_state->selectedMicID.get(), "desk");
 }
 
 // --- the transcript's switch

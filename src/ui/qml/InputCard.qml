@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Layouts
-import QtQuick.Templates
 import Murmelo.Ui
 
 // What is recorded, with its levels.
@@ -23,7 +22,8 @@ Card {
         }
     }
 
-    contentItem: ColumnLayout {
+    ColumnLayout {
+        anchors.fill: parent
         spacing: 10
         Label {
             text: qsTr("Input")

@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Layouts
-import QtQuick.Templates
 import Murmelo.Ui
 
 // What has become of the last recording, and the ways to it.
@@ -9,7 +8,8 @@ Card {
 
     required property AppStateModel app
 
-    contentItem: RowLayout {
+    RowLayout {
+        anchors.fill: parent
         spacing: 8
         Spinner {
             objectName: "transcribingSpinner"

@@ -85,7 +85,7 @@ FocusScope {
             spacing: 8
             LinkButton {
                 objectName: "permissionsButton"
-                Layout.leftMargin: 2 - leftPadding // the text, not its padding, is in line with the title
+                Layout.leftMargin: 2 - horizontalPadding // the text, not its padding, is in line with the title
                 text: qsTr("Permissions…")
                 color: Theme.tertiary
                 onClicked: root.app.openOnboarding()
@@ -93,7 +93,7 @@ FocusScope {
             Item { Layout.fillWidth: true }
             LinkButton {
                 objectName: "quitButton"
-                Layout.rightMargin: 2 - rightPadding
+                Layout.rightMargin: 2 - horizontalPadding
                 text: qsTr("Quit")
                 color: Theme.tertiary
                 onClicked: root.app.quit()

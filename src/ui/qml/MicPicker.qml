@@ -1,138 +1,145 @@
-pragma ComponentBehavior: Bound
 import QtQuick
-import QtQuick.Templates
 import Murmelo.Ui
 
-// Chooses one of the offered microphones. It shows nothing when the selected one is not among them.
-ComboBox {
+// Chooses one of the offered microphones. It shows nothing when the selected one is not among them. The list of them
+// is made when it opens for the first time.
+Pressable {
     id: root
 
     required property AppStateModel app
 
+    readonly property var mics: app.mics
+    readonly property int count: mics.length
+    readonly property int currentIndex: indexOfSelected()
+    readonly property string displayText: nameAt(currentIndex)
     readonly property int rowHeight: Math.max(24, metrics.height + 8)
+    readonly property bool mirrored: LayoutMirroring.enabled
+    readonly property var popup: list.item
+    readonly property bool isOpen: popup !== null && popup.visible
+    property int highlightedIndex: -1 // in the open list
 
-    function showSelection() { currentIndex = indexOfValue(app.selectedMicID) }
+    function nameAt(index: int) : string { return index >= 0 && index < count ? mics[index].name : "" }
+    function indexOfSelected() : int {
+        for (let i = 0; i < count; ++i)
+            if (mics[i].id === app.selectedMicID)
+                return i
+        return -1
+    }
+    function open() {
+        highlightedIndex = indexOfSelected()
+        if (popup === null)
+            list.setSource("MicList.qml", { picker: root, parent: root })
+        popup.open()
+    }
+    function close() {
+        if (isOpen)
+            popup.close()
+    }
+    function toggle() {
+        if (isOpen)
+            close()
+        else
+            open()
+    }
+    // Chosen again, it counts as well.
+    function choose(index: int) {
+        close()
+        if (index >= 0 && index < count)
+            app.selectedMicID = mics[index].id
+    }
+    function goTo(index: int) {
+        if (index < 0 || index >= count)
+            return
+        if (isOpen)
+            highlightedIndex = index
+        else if (index !== indexOfSelected())
+            choose(index)
+    }
+    // The next one, all round, whose name begins with what has been typed.
+    function search(typed: string, from: int) {
+        for (let i = 0; i < count; ++i) {
+            const index = (from + 1 + i) % count
+            if (typed !== "" && nameAt(index).toLowerCase().startsWith(typed.toLowerCase()))
+                return goTo(index)
+        }
+    }
 
     objectName: "micPicker"
-    textRole: "name"
-    valueRole: "id"
-    model: app.mics
-    font.pixelSize: Theme.body
-    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    implicitWidth: label.implicitWidth
     implicitHeight: rowHeight
-    leftPadding: mirrored ? Theme.scaled(24) : 8
-    rightPadding: mirrored ? 8 : Theme.scaled(24)
     Accessible.role: Accessible.ComboBox
     Accessible.name: qsTr("Microphone")
     Accessible.description: displayText
-    Accessible.onPressAction: {
-        if (popup.visible)
-            popup.close()
-        else if (enabled)
-            popup.open()
+    Accessible.focusable: true
+    Accessible.onPressAction: if (root.enabled) root.toggle()
+
+    onClicked: toggle()
+    onActiveFocusChanged: if (!activeFocus) close()
+    onEnabledChanged: if (!enabled) close()
+    Window.onVisibilityChanged: if (Window.visibility === Window.Hidden) close()
+    Keys.onPressed: event => {
+        const current = isOpen ? highlightedIndex : indexOfSelected()
+        event.accepted = true
+        switch (event.key) {
+        case Qt.Key_Up:
+            return goTo(current - 1)
+        case Qt.Key_Down:
+            return goTo(current + 1)
+        case Qt.Key_Home:
+            return goTo(0)
+        case Qt.Key_End:
+            return goTo(count - 1)
+        case Qt.Key_Return:
+        case Qt.Key_Enter:
+            if (isOpen)
+                choose(highlightedIndex)
+            return
+        case Qt.Key_Space:
+            event.accepted = isOpen // the first one opens
+            if (isOpen)
+                choose(highlightedIndex)
+            return
+        case Qt.Key_Escape:
+            event.accepted = isOpen // the next one closes the panel
+            return close()
+        default:
+            event.accepted = false
+            search(event.text, current)
+        }
     }
 
-    onActivated: app.selectedMicID = currentValue
-    onModelChanged: showSelection() // a new list begins with its first entry
-    Component.onCompleted: showSelection()
-    onEnabledChanged: if (!enabled) popup.close()
-    Window.onVisibilityChanged: if (Window.visibility === Window.Hidden) popup.close()
-
-    Connections {
-        target: root.app
-        function onChanged() { root.showSelection() }
-    }
     FontMetrics {
         id: metrics
-        font: root.font
+        font: label.font
     }
-
-    contentItem: Text {
+    Rectangle {
+        anchors.fill: parent
+        radius: 6
+        opacity: root.enabled ? 1 : 0.5
+        border.width: 1
+        border.color: Theme.controlBorder
+        color: root.down || root.isOpen ? Theme.controlDown : Theme.control
+        FocusRing { visible: root.visualFocus }
+    }
+    Text {
+        id: label
+        anchors.fill: parent
+        leftPadding: root.mirrored ? Theme.scaled(24) : 8
+        rightPadding: root.mirrored ? 8 : Theme.scaled(24)
         text: root.displayText
         textFormat: Text.PlainText
-        font: root.font
+        font.pixelSize: Theme.body
         color: root.enabled ? Theme.primary : Theme.tertiary
         elide: Text.ElideRight
         horizontalAlignment: Text.AlignLeft
         verticalAlignment: Text.AlignVCenter
     }
-    background: Rectangle {
-        radius: 6
-        opacity: root.enabled ? 1 : 0.5
-        border.width: 1
-        border.color: Theme.controlBorder
-        color: root.down ? Theme.controlDown : Theme.control
-        FocusRing { visible: root.visualFocus }
-    }
-    indicator: Symbol {
+    Symbol {
         x: root.mirrored ? 6 : root.width - width - 6
         y: (root.height - height) / 2
         size: Theme.scaled(14)
         name: "chevron-up-down"
         tint: root.enabled ? Theme.secondary : Theme.tertiary
     }
-
-    popup: Popup {
-        y: root.height + 4
-        width: root.width
-        // No further than to the window's end; the rest scrolls.
-        height: Math.min(contentItem.implicitHeight + 2 * padding,
-                         root.Window.height - root.mapToItem(null, 0, y).y - 8)
-        padding: 5
-        contentItem: ListView {
-            clip: true
-            implicitHeight: contentHeight
-            model: root.delegateModel
-            currentIndex: root.highlightedIndex
-            LayoutMirroring.enabled: root.mirrored // the popup is no child of the panel
-            LayoutMirroring.childrenInherit: true
-            ScrollIndicator.vertical: ThinScrollIndicator { }
-        }
-        background: Rectangle {
-            radius: 8
-            color: Theme.menu
-            border.width: 1
-            border.color: Theme.border
-        }
-    }
-    delegate: ItemDelegate {
-        id: row
-
-        required property int index
-
-        width: root.popup.availableWidth
-        height: root.rowHeight
-        verticalPadding: 0
-        leftPadding: mirrored ? 8 : Theme.scaled(24)
-        rightPadding: mirrored ? Theme.scaled(24) : 8
-        font.pixelSize: Theme.body
-        highlighted: root.highlightedIndex === index
-        text: root.textAt(index)
-        Accessible.role: Accessible.ListItem
-        Accessible.name: text
-        Accessible.selected: root.currentIndex === index
-        Accessible.onPressAction: clicked()
-
-        contentItem: Text {
-            text: row.text
-            textFormat: Text.PlainText
-            font: row.font
-            color: row.highlighted ? Theme.accentText : Theme.primary
-            elide: Text.ElideRight
-            horizontalAlignment: Text.AlignLeft
-            verticalAlignment: Text.AlignVCenter
-        }
-        background: Rectangle {
-            radius: 5
-            color: row.highlighted ? Theme.accent : "transparent"
-            Symbol {
-                x: row.mirrored ? parent.width - width - 6 : 6
-                anchors.verticalCenter: parent.verticalCenter
-                size: Theme.scaled(12)
-                visible: root.currentIndex === row.index
-                name: "check"
-                tint: row.highlighted ? Theme.accentText : Theme.primary
-            }
-        }
-    }
+    Loader { id: list }
 }

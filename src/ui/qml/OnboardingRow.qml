@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Layouts
-import QtQuick.Templates
 
 // One permission: its number until it is granted, what it is for, and the controls that get it.
 RowLayout {

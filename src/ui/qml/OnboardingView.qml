@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Layouts
-import QtQuick.Templates
 import Murmelo.Ui
 
 // Leads a new user to the two permissions.
@@ -95,10 +94,12 @@ FocusScope {
         RowLayout {
             Item { Layout.fillWidth: true }
             ProminentButton {
+                id: done
                 objectName: "done"
                 enabled: root.micGranted // the system's audio can be looked after later
                 text: qsTr("Done")
                 onClicked: root.app.finishOnboarding()
+                ButtonText { button: done }
             }
         }
     }

@@ -18,7 +18,8 @@ ProminentButton {
     Accessible.description: app.isRecording ? app.elapsedString : enabled ? "" : qsTr("Not available")
     onClicked: app.toggleRecording()
 
-    contentItem: RowLayout {
+    RowLayout {
+        anchors.fill: parent
         spacing: 8
         Item { Layout.fillWidth: true }
         Symbol {

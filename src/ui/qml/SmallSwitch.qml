@@ -1,32 +1,40 @@
 import QtQuick
-import QtQuick.Templates
+import Murmelo.Ui
 
-// The label leads, the switch stands at the other end.
-Switch {
+// The label leads, the switch stands at the other end. It shows what `checked` is bound to; who is told of a click
+// changes that.
+Pressable {
     id: root
 
+    property string text
+    property bool checked: false
+    readonly property bool mirrored: LayoutMirroring.enabled
     readonly property int gap: 8
 
-    function flip() {
-        toggle()
-        toggled()
-    }
-
-    padding: 0
-    font.pixelSize: Theme.body
-    font.weight: Font.Medium
-    implicitWidth: implicitContentWidth
-    implicitHeight: Math.max(18, indicator.height, implicitContentHeight)
-    Keys.onReturnPressed: flip()
-    Keys.onEnterPressed: flip()
+    implicitWidth: label.implicitWidth
+    implicitHeight: Math.max(18, track.height, label.implicitHeight)
     Accessible.role: Accessible.CheckBox
     Accessible.name: text
+    Accessible.focusable: true
     Accessible.checkable: true
     Accessible.checked: checked
-    Accessible.onPressAction: flip()
-    Accessible.onToggleAction: flip()
+    Accessible.onPressAction: if (root.enabled) root.clicked()
+    Accessible.onToggleAction: if (root.enabled) root.clicked()
 
-    indicator: Rectangle {
+    Text {
+        id: label
+        anchors.fill: parent
+        text: root.text
+        font.pixelSize: Theme.body
+        font.weight: Font.Medium
+        color: Theme.primary
+        leftPadding: root.mirrored ? track.width + root.gap : 0
+        rightPadding: root.mirrored ? 0 : track.width + root.gap
+        verticalAlignment: Text.AlignVCenter
+        wrapMode: Text.Wrap
+    }
+    Rectangle {
+        id: track
         x: root.mirrored ? 0 : root.width - width
         y: (root.height - height) / 2
         width: Theme.scaled(28)
@@ -50,14 +58,5 @@ Switch {
             }
         }
         FocusRing { visible: root.visualFocus; controlRadius: parent.radius }
-    }
-    contentItem: Text {
-        text: root.text
-        font: root.font
-        color: Theme.primary
-        leftPadding: root.mirrored ? root.indicator.width + root.gap : 0
-        rightPadding: root.mirrored ? 0 : root.indicator.width + root.gap
-        verticalAlignment: Text.AlignVCenter
-        wrapMode: Text.Wrap
     }
 }

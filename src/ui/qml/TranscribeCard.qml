@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Layouts
-import QtQuick.Templates
 import Murmelo.Ui
 
 Card {
@@ -8,14 +7,15 @@ Card {
 
     required property AppStateModel app
 
-    contentItem: ColumnLayout {
+    ColumnLayout {
+        anchors.fill: parent
         spacing: 4
         SmallSwitch {
             objectName: "transcriptSwitch"
             Layout.fillWidth: true
             text: qsTr("Transcript")
             checked: root.app.transcribeEnabled
-            onToggled: root.app.transcribeEnabled = checked
+            onClicked: root.app.transcribeEnabled = !root.app.transcribeEnabled
         }
         Label {
             Layout.fillWidth: true
