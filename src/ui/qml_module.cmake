@@ -26,6 +26,7 @@ qt_add_qml_module(ui
     URI Murmelo.Ui
     VERSION 1.0
     NO_PLUGIN
+    DEPENDENCIES QtQuick
     OUTPUT_TARGETS ui_parts
     RESOURCE_PREFIX /qt/qml
     OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/qml/Murmelo/Ui

@@ -2,6 +2,7 @@
 #include "ui/ui_fixture.h"
 
 #include <QFont>
+#include <QProcess>
 #include <QtQml/qqml.h>
 #include <fstream>
 
@@ -48,10 +49,15 @@ TEST_F(Panel, MadeButNotShownItCallsNothing) {
     EXPECT_THAT(calls(), IsEmpty());
 }
 
-/// They take longer to load than the panel to be drawn.
+/// They take longer to load than the panel to be drawn. A process never forgets them: this one needs its own.
 TEST_F(Panel, LoadsTheControlsOfQtOnlyForTheListOfMicrophones) {
+    if (testing::UnitTest::GetInstance()->test_to_run_count() > 1) {
+        EXPECT_EQ(QProcess::execute(QCoreApplication::applicationFilePath(),
+                                    {"--gtest_filter=Panel.LoadsTheControlsOfQtOnlyForTheListOfMicrophones"}),
+                  0);
+        return;
+    }
     const auto areLoaded = [] { return qmlTypeId("QtQuick.Templates", 2, 15, "Popup") != -1; };
-    if (areLoaded()) GTEST_SKIP() << "an earlier test has opened the list";
     openOnboarding();
     openPanel();
     makeARecording();
