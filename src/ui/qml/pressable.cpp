@@ -25,7 +25,7 @@ void Pressable::keyPressEvent(QKeyEvent* event) {
     event->setAccepted(isSpace || isReturn);
     if (event->isAutoRepeat()) return;
     if (isSpace) setDown(true);
-    if (isReturn) emit clicked();
+    if (isReturn) Q_EMIT clicked();
 }
 
 void Pressable::keyReleaseEvent(QKeyEvent* event) {
@@ -87,17 +87,17 @@ void Pressable::itemChange(ItemChange change, const ItemChangeData& value) {
 void Pressable::release() {
     const bool wasDown = m_down;
     setDown(false);
-    if (wasDown) emit clicked();
+    if (wasDown) Q_EMIT clicked();
 }
 
 void Pressable::setDown(bool down) {
-    if (std::exchange(m_down, down) != down) emit downChanged();
+    if (std::exchange(m_down, down) != down) Q_EMIT downChanged();
 }
 
 void Pressable::setHovered(bool hovered) {
-    if (std::exchange(m_hovered, hovered) != hovered) emit hoveredChanged();
+    if (std::exchange(m_hovered, hovered) != hovered) Q_EMIT hoveredChanged();
 }
 
 void Pressable::setVisualFocus(bool visualFocus) {
-    if (std::exchange(m_visualFocus, visualFocus) != visualFocus) emit visualFocusChanged();
+    if (std::exchange(m_visualFocus, visualFocus) != visualFocus) Q_EMIT visualFocusChanged();
 }
