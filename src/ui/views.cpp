@@ -22,7 +22,7 @@ void qml_register_types_QtQuick_Layouts();
 namespace {
 
 [[gnu::used]] const std::array registeredByTheLibraries{&qml_register_types_QtQml_WorkerScript,
-                                                           &qml_register_types_QtQuick_Layouts};
+                                                        &qml_register_types_QtQuick_Layouts};
 
 QUrl urlOf(const QString& type) {
     return QUrl(QStringLiteral("qrc:/qt/qml/Murmelo/Ui/%1.qml").arg(type));
