@@ -9,11 +9,10 @@ namespace {
 
 /// The drawn sizes: each window waits for its icon, and the scalable one takes longer to draw.
 QIcon windowIcon() {
+    const QString theme = iconThemePath(executableFolder());
     QIcon icon;
     for (const int size : {16, 32, 48, 128})
-        icon.addFile(QStringLiteral("%1/hicolor/%2x%2/apps/org.murmelo.Murmelo.png")
-                         .arg(iconThemePath(executableFolder()))
-                         .arg(size),
+        icon.addFile(theme + QStringLiteral("/hicolor/%1x%1/apps/org.murmelo.Murmelo.png").arg(size),
                      {size, size});
     return icon;
 }

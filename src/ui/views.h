@@ -35,7 +35,7 @@ class Views final {
     QQuickWindow* makeOnboardingWindow(AppStateModel& model);
 
     QQmlEngine& engine() { return m_engine; }
-    /// The singleton Theme.qml.
+    /// The singleton Theme.qml. The first call waits until it is loaded.
     QObject& theme();
 
   private:
@@ -45,7 +45,7 @@ class Views final {
 
     const Appearance& m_appearance;
     QQmlEngine m_engine;
-    QQmlComponent m_panelTypes{&m_engine};
-    QObject* m_theme = nullptr; // the engine's, once it is needed: it comes with the types
-    QObject m_context;          // ends the connections
+    QQmlComponent m_panelTypes{&m_engine}; // only loads them; makes nothing
+    QObject* m_theme = nullptr;            // the engine's, once it is needed: it comes with the types
+    QObject m_context;                     // ends the connections
 };

@@ -2,8 +2,8 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Templates
 
-// What a picker of microphones opens. The one file with controls of Qt: loading them takes longer than drawing the
-// panel.
+// What a picker of microphones opens. Here alone, with its scroll indicator, are controls of Qt: loading them takes
+// longer than drawing the panel.
 Popup {
     id: root
 
