@@ -1,6 +1,6 @@
 #include "speech_worker/echo_delay.h"
 
-#include "speech_worker/fourier.h"
+#include "platform/media/fourier_transform.h"
 
 #include <algorithm>
 #include <cmath>
@@ -45,23 +45,24 @@ const std::vector<float>& hannWindow() {
     return window;
 }
 
-Spectrum spectrumOf(std::span<const float> block) {
+Spectrum spectrumOf(std::span<const float> block, FourierTransform& transform) {
     Spectrum spectrum(echoBlock);
     std::transform(block.begin(), block.end(), hannWindow().begin(), spectrum.begin(), std::multiplies<>());
-    fourierTransform(spectrum);
+    transform(spectrum);
     return spectrum;
 }
 
-Correlation correlate(std::span<const float> microphone, std::span<const float> system) {
-    const Spectrum heard = spectrumOf(microphone);
-    const Spectrum played = spectrumOf(system);
+Correlation correlate(std::span<const float> microphone, std::span<const float> system,
+                      FourierTransform& transform) {
+    const Spectrum heard = spectrumOf(microphone, transform);
+    const Spectrum played = spectrumOf(system, transform);
     Spectrum phases(echoBlock);
     for (std::size_t bin = firstBin; bin < lastBin; ++bin) {
         const std::complex<float> product = std::conj(heard[bin]) * played[bin];
         const float magnitude = std::abs(product);
         if (magnitude > 0) phases[bin] = product / magnitude;
     }
-    fourierTransform(phases); // of the conjugate: the inverse transform, as far as the real part tells
+    transform(phases); // of the conjugate: the inverse transform, as far as the real part tells
     std::rotate(phases.begin(), phases.end() - longestDelay, phases.end());
     Correlation correlation(2 * longestDelay);
     std::transform(phases.begin(), phases.begin() + std::ssize(correlation), correlation.begin(),
@@ -113,12 +114,13 @@ bool agree(std::span<const EchoDelay> delays) {
 
 std::vector<EchoDelay> echoDelays(std::span<const float> microphone, std::span<const float> system) {
     std::vector<EchoDelay> delays;
+    FourierTransform transform(echoBlock);
     Correlation whole(2 * longestDelay);
     for (std::size_t at = 0; at + echoBlock <= std::min(microphone.size(), system.size()); at += echoBlock) {
         const std::span<const float> heard = microphone.subspan(at, echoBlock);
         const std::span<const float> played = system.subspan(at, echoBlock);
         if (meanSquare(played) < quietestPlayed) continue;
-        const Correlation correlation = correlate(heard, played);
+        const Correlation correlation = correlate(heard, played, transform);
         const Peak peak = peakOf(correlation);
         if (peak.delay < shortestEcho) continue;
         std::transform(whole.begin(), whole.end(), correlation.begin(), whole.begin(), std::plus<>());

@@ -1,6 +1,6 @@
 #include "speech_worker/speech_evidence.h"
 
-#include "speech_worker/fourier.h"
+#include "platform/media/fourier_transform.h"
 
 #include <algorithm>
 #include <cmath>
@@ -46,9 +46,9 @@ const std::array<float, windowLength>& hannWindow() {
 }
 
 /// The power spectrum in, the autocorrelation out (Wiener-Khinchin), unscaled.
-void toAutocorrelation(Spectrum& spectrum) {
+void toAutocorrelation(Spectrum& spectrum, FourierTransform& transform) {
     for (auto& bin : spectrum) bin = std::norm(bin);
-    fourierTransform(spectrum);
+    transform(spectrum);
 }
 
 /// The window's own autocorrelation relative to lag 0, which divides its taper out (Boersma, 1993).
@@ -56,8 +56,9 @@ const std::array<float, longestLag + 1>& windowCorrelation() {
     static const auto correlation = [] {
         Spectrum work{};
         for (int i = 0; i < windowLength; ++i) work[i] = hannWindow()[i];
-        fourierTransform(work);
-        toAutocorrelation(work);
+        FourierTransform transform(transformLength);
+        transform(work);
+        toAutocorrelation(work, transform);
         std::array<float, longestLag + 1> result{};
         for (int lag = 0; lag <= longestLag; ++lag) result[lag] = work[lag].real() / work[0].real();
         return result;
@@ -105,7 +106,7 @@ float median(std::vector<float>& values) {
     return *middle;
 }
 
-SpeechEvidence::Frame look(std::span<const float> cut, int centre) {
+SpeechEvidence::Frame look(std::span<const float> cut, int centre, FourierTransform& transform) {
     Spectrum work{};
     const auto sample = [&](int i) {
         return i < 0 || i >= static_cast<int>(cut.size()) ? 0.0F : cut[static_cast<std::size_t>(i)];
@@ -114,9 +115,9 @@ SpeechEvidence::Frame look(std::span<const float> cut, int centre) {
         const int at = centre - windowLength / 2 + i;
         work[i] = (sample(at) - preEmphasis * sample(at - 1)) * hannWindow()[i];
     }
-    fourierTransform(work);
+    transform(work);
     SpeechEvidence::Frame frame{0, strongestLine(work), spectralShape(work)};
-    toAutocorrelation(work);
+    toAutocorrelation(work, transform);
     const float energy = work[0].real() + quietest * windowLength * transformLength;
     for (int lag = shortestLag; lag <= longestLag; ++lag)
         frame.periodicity = std::max(frame.periodicity, work[lag].real() / energy / windowCorrelation()[lag]);
@@ -126,9 +127,10 @@ SpeechEvidence::Frame look(std::span<const float> cut, int centre) {
 } // namespace
 
 SpeechEvidence::SpeechEvidence(std::span<const float> cut) {
+    FourierTransform transform(transformLength);
     m_frames.reserve(cut.size() / hop);
     for (int centre = hop / 2; centre + hop / 2 <= static_cast<int>(cut.size()); centre += hop)
-        m_frames.push_back(look(cut, centre));
+        m_frames.push_back(look(cut, centre, transform));
 }
 
 bool SpeechEvidence::hasVoice() const {

@@ -1,26 +1,10 @@
 #include "speech_worker/speech_evidence.h"
 
-#include "speech_worker/fourier.h"
 #include "support/synthetic_voice.h"
 
 #include <gtest/gtest.h>
 
 namespace {
-
-TEST(FourierTransform, IsTheSumThatItsHeaderStates) {
-    std::vector<std::complex<float>> values(16);
-    for (std::size_t n = 0; n < 16; ++n)
-        values[n] = {static_cast<float>(n * n % 7), static_cast<float>(n % 3)};
-    const auto input = values;
-    fourierTransform(values);
-    for (std::size_t k = 0; k < 16; ++k) {
-        std::complex<double> sum;
-        for (std::size_t n = 0; n < 16; ++n)
-            sum += std::complex<double>(input[n]) *
-                   std::polar(1.0, -2 * std::numbers::pi * static_cast<double>(k * n) / 16);
-        EXPECT_NEAR(std::abs(std::complex<double>(values[k]) - sum), 0, 1e-4) << k;
-    }
-}
 
 TEST(SpeechEvidence, AVoiceIsAVoiceWithWordsInIt) {
     for (const float level : {0.003F, 0.05F}) {

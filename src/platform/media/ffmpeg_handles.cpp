@@ -7,6 +7,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/tx.h>
 #include <libswresample/swresample.h>
 }
 
@@ -25,6 +26,10 @@ void FfmpegDeleter::operator()(AVIOContext* io) const noexcept {
 
 void FfmpegDeleter::operator()(AVPacket* packet) const noexcept {
     av_packet_free(&packet);
+}
+
+void FfmpegDeleter::operator()(AVTXContext* transform) const noexcept {
+    av_tx_uninit(&transform);
 }
 
 void FfmpegDeleter::operator()(SwrContext* resampler) const noexcept {

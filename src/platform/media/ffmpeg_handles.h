@@ -10,6 +10,7 @@ struct AVFormatContext;
 struct AVFrame;
 struct AVIOContext;
 struct AVPacket;
+struct AVTXContext;
 struct SwrContext;
 
 /// Every object of FFmpeg's C interfaces has exactly one owner.
@@ -19,6 +20,7 @@ struct FfmpegDeleter {
     /// Frees the buffer as well, which FFmpeg may have replaced meanwhile.
     void operator()(AVIOContext* io) const noexcept;
     void operator()(AVPacket* packet) const noexcept;
+    void operator()(AVTXContext* transform) const noexcept;
     void operator()(SwrContext* resampler) const noexcept;
 };
 /// Of a file that is read: one that is written has the same type and another end.
@@ -31,6 +33,7 @@ using FrameHandle = std::unique_ptr<AVFrame, FfmpegDeleter>;
 using IoContextHandle = std::unique_ptr<AVIOContext, FfmpegDeleter>;
 using PacketHandle = std::unique_ptr<AVPacket, FfmpegDeleter>;
 using ResamplerHandle = std::unique_ptr<SwrContext, FfmpegDeleter>;
+using TransformHandle = std::unique_ptr<AVTXContext, FfmpegDeleter>;
 using FormatInputHandle = std::unique_ptr<AVFormatContext, FormatInputDeleter>;
 
 /// Hands a result that is not negative through; turns an AVERROR into Error{"ffmpeg", code, "<what>:
