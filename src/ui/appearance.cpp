@@ -1,6 +1,7 @@
 #include "ui/appearance.h"
 
 #include <QDBusMessage>
+#include <QDBusMetaType>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QEvent>
@@ -29,6 +30,9 @@ constexpr double ordinaryFontPixels = 11 * 96 / 72.0;
 Appearance::Appearance(const QDBusConnection& sessionBus) : m_bus(sessionBus) {
     qGuiApp->installEventFilter(this);
     if (!m_bus.isConnected()) return;
+    // Makes Qt know the types of D-Bus; until it has been asked for one, it connects no signal that carries
+    // one.
+    QDBusMetaType::typeToSignature(QMetaType::fromType<QDBusVariant>());
     m_bus.connect(portal, portalPath, settings, QStringLiteral("SettingChanged"), this,
                   SLOT(settingChanged(QString, QString, QDBusVariant)));
     read(appearanceArea, colorScheme);

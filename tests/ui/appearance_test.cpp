@@ -25,8 +25,11 @@ class SettingsPortal final : public QDBusVirtualObject {
         m_connection.send(signal);
     }
 
+    int questions() const { return m_questions; }
+
     QString introspect(const QString& /*path*/) const override { return {}; }
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
+        ++m_questions;
         const QString key = message.arguments().at(0).toString() + ' ' + message.arguments().at(1).toString();
         if (!m_values.contains(key)) return false;
         const QDBusVariant value(m_values[key]);
@@ -37,6 +40,7 @@ class SettingsPortal final : public QDBusVirtualObject {
   private:
     QDBusConnection m_connection;
     QMap<QString, QVariant> m_values;
+    int m_questions = 0;
 };
 
 class AppearanceTest : public testing::Test {
@@ -122,6 +126,14 @@ TEST_F(AppearanceWithPortal, ThePortalsWordStandsAboveThePalette) {
     setWindowColour(Qt::black);
     EXPECT_FALSE(appearance.isDark());
     m_portal.set("org.freedesktop.appearance", "color-scheme", 0U); // no preference
+    expectSoon([&] { return appearance.isDark(); });
+}
+
+TEST_F(AppearanceWithPortal, AChangeIsFollowedAlsoWhenNobodyHasUsedTheBusBefore) {
+    setWindowColour(Qt::white);
+    Appearance appearance(m_ourBus.connection());
+    expectSoon([&] { return m_portal.questions() == 2; });
+    m_portal.set("org.freedesktop.appearance", "color-scheme", 1U);
     expectSoon([&] { return appearance.isDark(); });
 }
 
