@@ -43,6 +43,13 @@ QRegion roundedRegion(const QSize& size, qreal cornerRadius) {
     return QRegion(path.toFillPolygon().toPolygon());
 }
 
+/// Layouts and wrapped texts have their sizes only then. The first frame would do it too late for the size of
+/// the window.
+void polish(QQuickItem& item) {
+    item.ensurePolished();
+    for (QQuickItem* const child : item.childItems()) polish(*child);
+}
+
 std::vector<PanelScreen> allScreens() {
     std::vector<PanelScreen> screens;
     for (const QScreen* const screen : QGuiApplication::screens())
@@ -105,6 +112,7 @@ void PanelWindow::show() {
     m_isUsed = false;
     m_closedByFocusLoss.reset();
     m_background->setProperty("framed", m_anchor.has_value());
+    if (m_content) polish(*m_content);
     fit();
     m_window->show();
     m_window->raise();

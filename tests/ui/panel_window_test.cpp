@@ -6,6 +6,7 @@
 #include "ui/views.h"
 
 #include <QGuiApplication>
+#include <QQmlComponent>
 #include <QScreen>
 #include <QTest>
 #include <gmock/gmock.h>
@@ -61,6 +62,37 @@ TEST_F(PanelWindowTest, FollowsItsContentAndStaysOnTheScreen) {
     m_content.setImplicitHeight(450);
     EXPECT_EQ(window().size(), QSize(320, 450));
     EXPECT_EQ(window().geometry().bottom(), bottom) << "it grows away from the bar";
+}
+
+TEST_F(PanelWindowTest, HasItsSizeBeforeTheFirstFrame) {
+    QQmlComponent component(&m_views.engine());
+    component.setData(R"(
+        import QtQuick
+        import QtQuick.Layouts
+        Item {
+            implicitWidth: 200
+            implicitHeight: column.implicitHeight
+            ColumnLayout {
+                id: column
+                width: parent.width
+                RowLayout {
+                    Text {
+                        Layout.fillWidth: true
+                        wrapMode: Text.Wrap
+                        text: "Much more than fits into one line of two hundred pixels"
+                    }
+                }
+            }
+        })",
+                      {});
+    const std::unique_ptr<QObject> content(component.create());
+    ASSERT_TRUE(content) << component.errorString().toStdString();
+    PanelWindow panel(*qobject_cast<QQuickItem*>(content.get()), m_views.makePanelBackground(), m_clock);
+    panel.open(click());
+    const QSize size = panel.window().size();
+    panel.window().grabWindow();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(panel.window().size(), size);
 }
 
 TEST_F(PanelWindowTest, ASecondClickCloses) {
