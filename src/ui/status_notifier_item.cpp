@@ -151,16 +151,17 @@ void StatusNotifierItem::setPlace(Place place) {
 // --- how it looks
 // --------------------------------------------------------------------------------------------------
 
-void StatusNotifierItem::setIcon(const QString& name, const QIcon& drawn) {
+void StatusNotifierItem::setIcon(const QString& name, std::function<QIcon()> draw) {
     m_iconName = name;
-    m_icon = drawn;
+    m_drawIcon = std::move(draw);
     Q_EMIT NewIcon();
 }
 
 TrayPixmaps StatusNotifierItem::iconPixmap() const {
     TrayPixmaps pixmaps;
+    const QIcon icon = m_drawIcon ? m_drawIcon() : QIcon();
     for (const int size : {16, 22, 24, 32, 48})
-        pixmaps.append(trayPixmap(m_icon.pixmap(QSize(size, size), 1.0).toImage()));
+        pixmaps.append(trayPixmap(icon.pixmap(QSize(size, size), 1.0).toImage()));
     return pixmaps;
 }
 

@@ -11,6 +11,7 @@
 #include <QObject>
 #include <QPoint>
 #include <QString>
+#include <functional>
 
 /// (iiay): 32 bits a pixel, alpha first, in network byte order.
 struct TrayPixmap {
@@ -68,7 +69,7 @@ class StatusNotifierItem final : public QObject {
 
     Place place() const { return m_place; }
     /// The icon of that name in the theme, and what hosts without themes show instead: drawn when one asks.
-    void setIcon(const QString& name, const QIcon& drawn);
+    void setIcon(const QString& name, std::function<QIcon()> draw);
     void setToolTip(const QString& text);
     TrayMenu& menu() { return m_menu; }
 
@@ -119,6 +120,6 @@ class StatusNotifierItem final : public QObject {
     Place m_place = Place::unknown;
     bool m_isAnnounced = false; // to the watcher that is there now
     QString m_iconName;
-    QIcon m_icon;
+    std::function<QIcon()> m_drawIcon;
     QString m_toolTip;
 };

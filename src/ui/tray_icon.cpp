@@ -14,15 +14,10 @@ using namespace std::chrono_literals;
 const auto idleName = QStringLiteral("org.murmelo.Murmelo-symbolic");
 const auto recordingName = QStringLiteral("org.murmelo.Murmelo-recording");
 
-QIcon iconOf(const QString& themePath, const QString& folder, const QString& name) {
-    return QIcon(QStringLiteral("%1/hicolor/%2/apps/%3.svg").arg(themePath, folder, name));
-}
-
 } // namespace
 
 TrayIcon::TrayIcon(const QDBusConnection& sessionBus, const QString& iconThemePath)
-    : m_item(sessionBus, iconThemePath), m_idle(iconOf(iconThemePath, QStringLiteral("symbolic"), idleName)),
-      m_recording(iconOf(iconThemePath, QStringLiteral("scalable"), recordingName)) {
+    : m_item(sessionBus, iconThemePath) {
     connect(&m_item, &StatusNotifierItem::placeChanged, this, &TrayIcon::chooseHost);
     connect(&m_item, &StatusNotifierItem::clicked, this,
             [this](const QPoint& physical) { Q_EMIT clicked(ClickPoint{physical}); });
@@ -85,13 +80,16 @@ void TrayIcon::show(const AppStatus& status) {
 void TrayIcon::draw() {
     const bool isRecording = m_look->isRecording;
     const QString name = isRecording ? recordingName : idleName;
-    const QIcon& icon = isRecording ? m_recording : m_idle;
+    const QString file =
+        QStringLiteral("%1/hicolor/%2/apps/%3.svg")
+            .arg(m_item.iconThemePath(),
+                 isRecording ? QStringLiteral("scalable") : QStringLiteral("symbolic"), name);
     if (m_item.iconName() != name) {
-        m_item.setIcon(name, icon);
+        m_item.setIcon(name, [file] { return QIcon(file); });
         m_item.setToolTip(isRecording ? tr("Recording") : QString());
     }
     if (!m_x11Icon) return;
-    m_x11Icon->setIcon(icon);
+    m_x11Icon->setIcon(QIcon(file));
     m_x11Icon->setToolTip(isRecording ? tr("Murmelo: Recording") : QStringLiteral("Murmelo"));
 }
 

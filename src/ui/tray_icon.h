@@ -71,8 +71,6 @@ class TrayIcon final : public QObject {
     void fillMenu();
 
     StatusNotifierItem m_item;
-    const QIcon m_idle;
-    const QIcon m_recording;
     QTimer m_lookout; // for an X11 tray, whose coming nobody tells
     Host m_host = Host::unknown;
     std::optional<Look> m_look;

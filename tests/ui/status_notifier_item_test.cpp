@@ -108,7 +108,7 @@ TEST_F(StatusNotifierItemTest, TheRightToTheKeyboardIsKeptForTheNextWindow) {
 TEST_F(StatusNotifierItemTest, ItsPropertiesSayWhatAHostNeeds) {
     FakeTray tray(m_bus);
     StatusNotifierItem item(m_ours.connection(), "/icons");
-    item.setIcon("some-icon", square(QColor(0x11, 0x22, 0x33)));
+    item.setIcon("some-icon", [] { return square(QColor(0x11, 0x22, 0x33)); });
     item.setToolTip("Recording");
     waitUntil([&] { return item.place() == Place::tray; });
     const QVariantMap properties = tray.itemProperties();

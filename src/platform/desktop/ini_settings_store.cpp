@@ -26,6 +26,7 @@ bool IniSettingsStore::boolean(const std::string& key) const {
 }
 
 void IniSettingsStore::setString(const std::string& key, const std::optional<std::string>& value) {
+    if (string(key) == value) return;
     if (value)
         m_settings.setValue(QString::fromStdString(key), QString::fromStdString(*value));
     else

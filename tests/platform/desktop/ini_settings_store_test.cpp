@@ -49,6 +49,16 @@ TEST_F(IniSettingsStoreTest, NothingRemovesTheKey) {
     EXPECT_EQ(content().find("micID"), std::string::npos);
 }
 
+TEST_F(IniSettingsStoreTest, WhatIsStoredAlreadyIsNotWrittenAgain) {
+    IniSettingsStore settings(m_file);
+    settings.setString("micID", "desk");
+    std::filesystem::remove(m_file);
+    settings.setString("micID", "desk");
+    EXPECT_FALSE(std::filesystem::exists(m_file));
+    settings.setString("micID", "lamp");
+    EXPECT_TRUE(std::filesystem::exists(m_file));
+}
+
 TEST_F(IniSettingsStoreTest, AnEmptyStringIsNotNothing) {
     IniSettingsStore settings(m_file);
     settings.setString("micID", "");
