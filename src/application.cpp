@@ -32,8 +32,9 @@ namespace {
 /// Everything that the state needs, in the order in which it may go away again.
 class Application {
   public:
-    explicit Application(const TerminationSignals& signals)
-        : m_termination(signals.set(), [] { QCoreApplication::quit(); }) {
+    Application(const TerminationSignals& signals, Views& views)
+        : m_termination(signals.set(), [] { QCoreApplication::quit(); }),
+          m_face(views, QDBusConnection::sessionBus(), m_workspace) {
         m_sound.connection.connect(); // an empty list of microphones would lose the user's choice
         m_state = AppState::create(services());
         m_jobs.async([this] { recoverRecordings(); });
@@ -118,7 +119,7 @@ class Application {
 
     TerminationNotifier m_termination;
     DesktopWorkspace m_workspace;
-    Face m_face{QDBusConnection::sessionBus(), m_workspace}; // early: while it loads types the rest is made
+    Face m_face;
     DesktopNotices m_notices{QDBusConnection::sessionBus(), m_workspace};
     ThreadQueue m_timers{"timers"};
     Mp4Recovery m_recovery;
@@ -178,8 +179,8 @@ bool hasDisplay() {
                        [](const char* name) { return std::getenv(name) != nullptr; });
 }
 
-ExitStatus runSelfTest(const TerminationSignals& signals) {
-    Application application(signals);
+ExitStatus runSelfTest(const TerminationSignals& signals, Views& views) {
+    Application application(signals, views);
     const FilesAreClosedAtExit guard(application);
     return static_cast<ExitStatus>(QCoreApplication::exec());
 }
@@ -197,13 +198,13 @@ std::optional<ExitStatus> handOver(SingleInstance& instance) {
     return reportFailure("Murmelo is running already, and there is no session bus to reach it by.");
 }
 
-ExitStatus runOnDesktop(const TerminationSignals& signals) {
+ExitStatus runOnDesktop(const TerminationSignals& signals, Views& views) {
     SingleInstance instance(QDBusConnection::sessionBus(), instanceLockFile());
     if (const std::optional<ExitStatus> handedOver = handOver(instance)) return *handedOver;
     // For the first font fontconfig reads all that there is about fonts; meanwhile the rest is made.
     const std::future<void> firstFont =
         std::async(std::launch::async, [font = QGuiApplication::font()] { QFontInfo(font).pixelSize(); });
-    Application application(signals);
+    Application application(signals, views);
     const FilesAreClosedAtExit guard(application);
     application.appear(instance);
     return static_cast<ExitStatus>(QCoreApplication::exec());
@@ -222,5 +223,6 @@ ExitStatus runApplication(int argc, char** argv, const TerminationSignals& signa
     QApplication::setApplicationName(QStringLiteral("murmelo"));
     QApplication::setDesktopFileName(QStringLiteral("org.murmelo.Murmelo"));
     QApplication::setQuitOnLastWindowClosed(false);
-    return isSelfTest() ? runSelfTest(signals) : runOnDesktop(signals);
+    Views views; // first: while it loads types the rest is made
+    return isSelfTest() ? runSelfTest(signals, views) : runOnDesktop(signals, views);
 }

@@ -19,9 +19,10 @@ QIcon windowIcon() {
 
 } // namespace
 
-Face::Face(const QDBusConnection& sessionBus, Workspace& workspace)
-    : m_workspace(workspace), m_sessionBus(sessionBus), m_appearance(sessionBus),
-      m_windowing(m_views, [this](AppState& state) -> AppStateModel& { return modelOf(state); }) {
+Face::Face(Views& views, const QDBusConnection& sessionBus, Workspace& workspace)
+    : m_views(views), m_workspace(workspace), m_sessionBus(sessionBus), m_appearance(sessionBus),
+      m_windowing(views, [this](AppState& state) -> AppStateModel& { return modelOf(state); }) {
+    views.follow(m_appearance);
     QGuiApplication::setWindowIcon(windowIcon());
 }
 

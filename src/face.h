@@ -17,8 +17,8 @@
 /// Main thread, after the application object, which is one with widgets.
 class Face {
   public:
-    /// `sessionBus` may be disconnected. The workspace outlives the face.
-    Face(const QDBusConnection& sessionBus, Workspace& workspace);
+    /// `sessionBus` may be disconnected. Views and workspace outlive the face.
+    Face(Views& views, const QDBusConnection& sessionBus, Workspace& workspace);
 
     /// For the state, which is made after it and goes before it.
     Windowing& windowing() { return m_windowing; }
@@ -35,10 +35,10 @@ class Face {
     AppStateModel& modelOf(AppState& state);
     void connectTray(AppState& state);
 
+    Views& m_views;
     Workspace& m_workspace;
     QDBusConnection m_sessionBus;
     Appearance m_appearance;
-    Views m_views{m_appearance};
     QuickWindowing m_windowing;
     std::unique_ptr<AppStateModel> m_model;
     std::unique_ptr<PanelWindow> m_panel;

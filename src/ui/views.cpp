@@ -1,7 +1,6 @@
 #include "ui/views.h"
 
 #include "ui/app_state_model.h"
-#include "ui/appearance.h"
 #include "ui/symbol_provider.h"
 
 #include <QDebug>
@@ -40,22 +39,24 @@ QObject* findTheme(QQmlEngine& engine) {
 
 } // namespace
 
-Views::Views(const Appearance& appearance) : m_appearance(appearance) {
+Views::Views() {
     if (QQuickWindow::sceneGraphBackend() != QStringLiteral("software"))
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     qml_register_types_Murmelo_Ui();
     m_engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
     m_engine.addImageProvider(QStringLiteral("symbol"), new SymbolProvider); // the engine owns it
     m_panelTypes.loadUrl(urlOf(QStringLiteral("MenuPanel")), QQmlComponent::Asynchronous);
-    QObject::connect(&appearance, &Appearance::changed, &m_context, [this] {
-        if (m_theme != nullptr) followAppearance();
-    });
+}
+
+void Views::follow(const Appearance& appearance) {
+    m_appearance = &appearance;
+    QObject::connect(&appearance, &Appearance::changed, &m_context, [this] { applyAppearance(); });
 }
 
 QObject& Views::theme() {
     if (m_theme == nullptr) {
         m_theme = findTheme(m_engine);
-        followAppearance();
+        applyAppearance();
     }
     return *m_theme;
 }
@@ -88,8 +89,9 @@ QObject* Views::make(const QString& type, AppStateModel& model) {
     return view;
 }
 
-void Views::followAppearance() {
-    m_theme->setProperty("dark", m_appearance.isDark());
-    m_theme->setProperty("textScale", m_appearance.textScale());
-    m_theme->setProperty("animated", m_appearance.isAnimated());
+void Views::applyAppearance() {
+    if (!m_appearance || m_theme == nullptr) return;
+    m_theme->setProperty("dark", m_appearance->isDark());
+    m_theme->setProperty("textScale", m_appearance->textScale());
+    m_theme->setProperty("animated", m_appearance->isAnimated());
 }

@@ -1,13 +1,15 @@
 #pragma once
 
+#include "ui/appearance.h"
+
 #include <QObject>
+#include <QPointer>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QString>
 #include <QVariantMap>
 #include <memory>
 
-class Appearance;
 class AppStateModel;
 class QQuickItem;
 class QQuickWindow;
@@ -22,8 +24,10 @@ class QQuickWindow;
 /// before any window. Main thread, after the application object.
 class Views final {
   public:
-    /// `appearance` outlives the views.
-    explicit Views(const Appearance& appearance);
+    Views();
+
+    /// The theme is as the user wants it for as long as there is an `appearance`. Before anything is made.
+    void follow(const Appearance& appearance);
 
     /// What the tray icon shows: as large as its implicit size, on the panel's background. While its window
     /// is on the screen the meters move; Escape closes the window.
@@ -41,9 +45,9 @@ class Views final {
   private:
     QObject* create(const QString& type, const QVariantMap& properties);
     QObject* make(const QString& type, AppStateModel& model);
-    void followAppearance();
+    void applyAppearance();
 
-    const Appearance& m_appearance;
+    QPointer<const Appearance> m_appearance;
     QQmlEngine m_engine;
     QQmlComponent m_panelTypes{&m_engine}; // only loads them; makes nothing
     QObject* m_theme = nullptr;            // the engine's, once it is needed: it comes with the types

@@ -95,7 +95,8 @@ TEST_F(AppearanceTest, ChangesOfPaletteAndFontAreTold) {
 
 TEST_F(AppearanceTest, TheThemeFollows) {
     Appearance appearance(m_noBus);
-    Views views(appearance);
+    Views views;
+    views.follow(appearance);
     setWindowColour(Qt::black);
     setFontPixels(22);
     runEventLoop();

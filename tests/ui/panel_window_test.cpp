@@ -2,7 +2,6 @@
 
 #include "support/fake_tray.h"
 #include "support/manual_queue.h"
-#include "ui/appearance.h"
 #include "ui/views.h"
 
 #include <QGuiApplication>
@@ -38,8 +37,7 @@ class PanelWindowTest : public testing::Test {
         QCoreApplication::processEvents();
     }
 
-    Appearance m_appearance{QDBusConnection(QStringLiteral("no bus"))};
-    Views m_views{m_appearance};
+    Views m_views;
     ManualQueue m_clock;
     QQuickItem m_content;
     QWindow m_other;

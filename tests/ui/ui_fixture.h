@@ -17,6 +17,7 @@
 /// The views of that state. `m_window` is the one that is being tested.
 class UiFixture : public ModelFixture {
   protected:
+    UiFixture() { m_views.follow(m_appearance); }
     void TearDown() override {
         m_model.reset(); // and with it all views
         QGuiApplication::setLayoutDirection(Qt::LeftToRight);
@@ -89,7 +90,7 @@ class UiFixture : public ModelFixture {
     }
 
     Appearance m_appearance{QDBusConnection(QStringLiteral("no bus"))};
-    Views m_views{m_appearance};
+    Views m_views;
     std::optional<QQuickWindow> m_ownWindow;
     QPointer<QQuickItem> m_panel;
     QPointer<QQuickWindow> m_onboarding;
