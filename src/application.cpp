@@ -23,6 +23,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <fontconfig/fontconfig.h>
 #include <future>
 #include <mutex>
 #include <unistd.h>
@@ -201,7 +202,7 @@ std::optional<ExitStatus> handOver(SingleInstance& instance) {
 ExitStatus runOnDesktop(const TerminationSignals& signals, Views& views) {
     SingleInstance instance(QDBusConnection::sessionBus(), instanceLockFile());
     if (const std::optional<ExitStatus> handedOver = handOver(instance)) return *handedOver;
-    // For the first font fontconfig reads all that there is about fonts; meanwhile the rest is made.
+    // The first font lets Qt make its list of fonts; meanwhile the rest is made.
     const std::future<void> firstFont =
         std::async(std::launch::async, [font = QGuiApplication::font()] { QFontInfo(font).pixelSize(); });
     Application application(signals, views);
@@ -219,6 +220,8 @@ ExitStatus runApplication(int argc, char** argv, const TerminationSignals& signa
                 "There is no desktop here to appear on. “murmelo record” records on the terminal.");
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
+    const std::future<int> fonts =
+        std::async(std::launch::async, FcInit); // reads all that there is about fonts
     QApplication qt(argc, argv);
     QApplication::setApplicationName(QStringLiteral("murmelo"));
     QApplication::setDesktopFileName(QStringLiteral("org.murmelo.Murmelo"));

@@ -4,6 +4,7 @@
 
 #include <QGuiApplication>
 #include <QIcon>
+#include <QImageReader>
 
 namespace {
 
@@ -11,9 +12,11 @@ namespace {
 QIcon windowIcon() {
     const QString theme = iconThemePath(executableFolder());
     QIcon icon;
-    for (const int size : {16, 32, 48, 128})
-        icon.addFile(theme + QStringLiteral("/hicolor/%1x%1/apps/org.murmelo.Murmelo.png").arg(size),
-                     {size, size});
+    for (const int size : {16, 32, 48, 128}) {
+        const QString file = theme + QStringLiteral("/hicolor/%1x%1/apps/org.murmelo.Murmelo.png").arg(size);
+        QImageReader reader(file, "png"); // to find the format out, Qt would load all its plugins for images
+        icon.addPixmap(QPixmap::fromImageReader(&reader));
+    }
     return icon;
 }
 
