@@ -202,9 +202,6 @@ std::optional<ExitStatus> handOver(SingleInstance& instance) {
 ExitStatus runOnDesktop(const TerminationSignals& signals, Views& views) {
     SingleInstance instance(QDBusConnection::sessionBus(), instanceLockFile());
     if (const std::optional<ExitStatus> handedOver = handOver(instance)) return *handedOver;
-    // The first font lets Qt make its list of fonts; meanwhile the rest is made.
-    const std::future<void> firstFont =
-        std::async(std::launch::async, [font = QGuiApplication::font()] { QFontInfo(font).pixelSize(); });
     Application application(signals, views);
     const FilesAreClosedAtExit guard(application);
     application.appear(instance);
@@ -226,6 +223,9 @@ ExitStatus runApplication(int argc, char** argv, const TerminationSignals& signa
     QApplication::setApplicationName(QStringLiteral("murmelo"));
     QApplication::setDesktopFileName(QStringLiteral("org.murmelo.Murmelo"));
     QApplication::setQuitOnLastWindowClosed(false);
+    // The first font lets Qt make its list of fonts; meanwhile the rest is made.
+    const std::future<void> firstFont =
+        std::async(std::launch::async, [font = QGuiApplication::font()] { QFontInfo(font).pixelSize(); });
     Views views; // first: while it loads types the rest is made
     return isSelfTest() ? runSelfTest(signals, views) : runOnDesktop(signals, views);
 }
