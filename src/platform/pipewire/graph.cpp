@@ -24,7 +24,7 @@ bool isMicrophone(const Node& node) {
 
 bool hasLoudspeaker(const Graph& graph) {
     // The PulseAudio interface puts this one in the place of a loudspeaker where there is none.
-    constexpr std::string_view standIn = "auto_null";
+    static constexpr std::string_view standIn = "auto_null";
     const Node* const found = findNodeIf(graph, [](const Node& node) {
         return (node.mediaClass == "Audio/Sink" || node.mediaClass == "Audio/Duplex") && node.name != standIn;
     });
