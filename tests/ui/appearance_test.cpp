@@ -105,6 +105,24 @@ TEST_F(AppearanceTest, TheThemeFollows) {
     EXPECT_TRUE(views.theme().property("animated").toBool());
 }
 
+TEST_F(AppearanceTest, TheThemeStaysAsItWasWhenTheAppearanceGoes) {
+    Views views;
+    {
+        const Appearance appearance(m_noBus);
+        views.follow(appearance);
+        setWindowColour(Qt::black);
+    }
+    EXPECT_FALSE(views.theme().property("dark").toBool()) << "nobody says so any more";
+    {
+        const Appearance appearance(m_noBus);
+        views.follow(appearance);
+        setWindowColour(QColor(1, 2, 3));
+        runEventLoop();
+        EXPECT_TRUE(views.theme().property("dark").toBool());
+    }
+    EXPECT_TRUE(views.theme().property("dark").toBool());
+}
+
 class AppearanceWithPortal : public AppearanceTest {
   protected:
     void expectSoon(const std::function<bool()>& condition) {
