@@ -226,6 +226,6 @@ ExitStatus runApplication(int argc, char** argv, const TerminationSignals& signa
     // The first font lets Qt make its list of fonts; meanwhile the rest is made.
     const std::future<void> firstFont =
         std::async(std::launch::async, [font = QGuiApplication::font()] { QFontInfo(font).pixelSize(); });
-    Views views; // first: while it loads types the rest is made
+    Views views; // early: while it loads types the rest is made
     return isSelfTest() ? runSelfTest(signals, views) : runOnDesktop(signals, views);
 }

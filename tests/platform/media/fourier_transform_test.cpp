@@ -1,5 +1,7 @@
 #include "platform/media/fourier_transform.h"
 
+#include "base/error.h"
+
 #include <gtest/gtest.h>
 #include <numbers>
 #include <vector>
@@ -36,6 +38,10 @@ TEST(FourierTransform, KeepsItsPrecisionInLongBlocks) {
     transform(values);
     values[bin] -= length;
     for (const std::complex<float>& value : values) ASSERT_LT(std::abs(value), 0.05); // of 32768
+}
+
+TEST(FourierTransform, ALengthOfNothingIsRefused) {
+    EXPECT_THROW(FourierTransform(0), Error);
 }
 
 } // namespace
