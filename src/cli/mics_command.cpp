@@ -2,7 +2,6 @@
 
 #include "capture/recorder.h"
 #include "cli/arguments.h"
-#include "cli/json_text.h"
 #include "cli/microphone_option.h"
 #include "cli/output.h"
 
@@ -11,10 +10,10 @@
 namespace {
 
 std::string asJson(const std::vector<MicChoice>& mics, const std::optional<std::string>& automatic) {
-    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    Json::Array list;
     for (const MicChoice& mic : mics)
-        list.push_back({{"id", mic.id}, {"name", mic.name}, {"automatic", mic.id == automatic}});
-    return jsonText(list) + "\n";
+        list.push_back(Json::Object{{"id", mic.id}, {"name", mic.name}, {"automatic", mic.id == automatic}});
+    return jsonResult(std::move(list));
 }
 
 std::string asTable(const std::vector<MicChoice>& mics, const std::optional<std::string>& automatic) {

@@ -2,7 +2,6 @@
 
 #include "base/error.h"
 #include "cli/arguments.h"
-#include "cli/json_text.h"
 #include "cli/model_installation_job.h"
 #include "cli/output.h"
 #include "models/megabytes.h"
@@ -44,19 +43,19 @@ std::string asTable(const std::vector<ListedModel>& models) {
 }
 
 std::string asJson(const std::vector<ListedModel>& models) {
-    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    Json::Array list;
     for (const auto& [model, isInstalled] : models) {
-        nlohmann::ordered_json locales = nlohmann::ordered_json::array();
+        Json::Array locales;
         for (const Locale& locale : model.locales) locales.push_back(locale.identifier());
-        list.push_back({{"id", model.id},
-                        {"installed", isInstalled},
-                        {"bytes", model.bytes},
-                        {"locales", std::move(locales)},
-                        {"licence", model.licence},
-                        {"verified", model.isVerified},
-                        {"url", model.url}});
+        list.push_back(Json::Object{{"id", model.id},
+                                    {"installed", isInstalled},
+                                    {"bytes", model.bytes},
+                                    {"locales", std::move(locales)},
+                                    {"licence", model.licence},
+                                    {"verified", model.isVerified},
+                                    {"url", model.url}});
     }
-    return jsonText(list) + "\n";
+    return jsonResult(std::move(list));
 }
 
 ExitStatus listModels(ModelStore& models, const std::string& engineMissing, bool json) {

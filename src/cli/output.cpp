@@ -11,6 +11,10 @@ ExitStatus printResult(const std::string& text) {
                          ".");
 }
 
+std::string jsonResult(const Json& value) {
+    return value.text(Json::Layout::indented) + "\n";
+}
+
 ExitStatus reportFailure(const std::string& sentence) {
     std::fputs((sentence + "\n").c_str(), stderr);
     return ExitStatus::failed;

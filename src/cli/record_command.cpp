@@ -4,7 +4,6 @@
 #include "base/number_text.h"
 #include "base/recording_files.h"
 #include "cli/arguments.h"
-#include "cli/json_text.h"
 #include "cli/microphone_option.h"
 #include "cli/output.h"
 #include "cli/status_line.h"
@@ -102,10 +101,10 @@ std::optional<std::string> record(CaptureEngine& engine, const MicChoice& mic, c
 std::string resultText(const Recorder::Result& files, const std::optional<std::filesystem::path>& transcript,
                        bool json) {
     if (json) {
-        nlohmann::ordered_json object{
+        Json::Object object{
             {"voice", files.voice.string()}, {"system", files.system.string()}, {"mix", files.mix.string()}};
-        if (transcript) object["transcript"] = transcript->string();
-        return jsonText(object) + "\n";
+        if (transcript) object.emplace_back("transcript", transcript->string());
+        return jsonResult(std::move(object));
     }
     return files.voice.string() + "\n" + files.system.string() + "\n" + files.mix.string() + "\n" +
            (transcript ? transcript->string() + "\n" : "");

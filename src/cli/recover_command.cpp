@@ -3,7 +3,6 @@
 #include "base/number_text.h"
 #include "base/recording_files.h"
 #include "cli/arguments.h"
-#include "cli/json_text.h"
 #include "cli/output.h"
 
 #include <algorithm>
@@ -36,14 +35,14 @@ bool hasLength(const RecoveredFile& file) {
 }
 
 std::string asJson(const std::vector<RecoveredFile>& files) {
-    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    Json::Array list;
     for (const RecoveredFile& file : files) {
-        nlohmann::ordered_json entry{{"path", file.path.string()}, {"state", name(file.state)}};
-        if (hasLength(file)) entry["seconds"] = file.seconds;
-        if (!file.reason.empty()) entry["reason"] = file.reason;
+        Json::Object entry{{"path", file.path.string()}, {"state", name(file.state)}};
+        if (hasLength(file)) entry.emplace_back("seconds", file.seconds);
+        if (!file.reason.empty()) entry.emplace_back("reason", file.reason);
         list.push_back(std::move(entry));
     }
-    return jsonText(list) + "\n";
+    return jsonResult(std::move(list));
 }
 
 std::string asTable(const std::vector<RecoveredFile>& files) {

@@ -3,19 +3,20 @@
 #include "base/error.h"
 #include "base/number_text.h"
 #include "cli/arguments.h"
-#include "cli/json_text.h"
 #include "cli/output.h"
 #include "cli/toggle_command.h"
 
 namespace {
 
 std::string asJson(const AppStatus& status) {
-    nlohmann::ordered_json object{{"recording", status.isRecording}, {"starting", status.isStarting},
-                                  {"seconds", status.elapsed},       {"microphone", nullptr},
-                                  {"lastRecording", nullptr},        {"status", status.text}};
-    if (!status.microphone.empty()) object["microphone"] = status.microphone;
-    if (status.lastRecording) object["lastRecording"] = status.lastRecording->string();
-    return jsonText(object) + "\n";
+    const Json microphone = status.microphone.empty() ? Json() : Json(status.microphone);
+    const Json lastRecording = status.lastRecording ? Json(status.lastRecording->string()) : Json();
+    return jsonResult(Json::Object{{"recording", status.isRecording},
+                                   {"starting", status.isStarting},
+                                   {"seconds", status.elapsed},
+                                   {"microphone", microphone},
+                                   {"lastRecording", lastRecording},
+                                   {"status", status.text}});
 }
 
 std::string asText(const AppStatus& status) {

@@ -2,7 +2,6 @@
 
 #include "base/error.h"
 #include "cli/arguments.h"
-#include "cli/json_text.h"
 #include "cli/output.h"
 #include "cli/transcription_job.h"
 
@@ -19,8 +18,9 @@ ExitStatus transcribeCommand(int argc, char** argv, RecordingRecovery& recovery,
     recovery.recover(folder, RecordingRecovery::Mode::mend); // what cannot be mended may still be readable
     try {
         const std::filesystem::path transcript = transcribeOnTerminal(transcriber, signals, line, folder);
-        return printResult(arguments.has("json") ? jsonText({{"transcript", transcript.string()}}) + "\n"
-                                                 : transcript.string() + "\n");
+        return printResult(arguments.has("json")
+                               ? jsonResult(Json::Object{{"transcript", transcript.string()}})
+                               : transcript.string() + "\n");
     } catch (const Error& error) {
         return reportFailure("Transcription failed: " + error.localizedDescription());
     }

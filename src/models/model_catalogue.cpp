@@ -2,15 +2,13 @@
 
 #include "base/error.h"
 #include "models/model_store.h"
+#include "json/json.h"
 
 #include <algorithm>
 #include <array>
-#include <nlohmann/json.hpp>
 #include <utility>
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr std::size_t longestId = 100;
 constexpr std::uint64_t mostBytes = 100'000'000'000;
@@ -32,16 +30,16 @@ Error fault(const std::string& what) {
 }
 
 Json document(std::string_view text) {
-    Json json = Json::parse(text, nullptr, false);
-    if (!json.is_object()) throw fault("it is no JSON object");
-    return json;
+    std::optional<Json> json = Json::parse(text);
+    if (!json || json->as<Json::Object>() == nullptr) throw fault("it is no JSON object");
+    return std::move(*json);
 }
 
 /// Reads the keys of one entry, whose id is in every complaint once it is known.
 class Entry {
   public:
     explicit Entry(const Json& json) : m_json(json) {
-        if (!json.is_object()) throw fault("a model is no JSON object");
+        if (json.as<Json::Object>() == nullptr) throw fault("a model is no JSON object");
     }
 
     std::string id() {
@@ -71,31 +69,30 @@ class Entry {
         return digits;
     }
     std::uint64_t bytes() const {
-        const Json& value = at("bytes");
-        if (!value.is_number_unsigned()) throw wrong("bytes");
-        const auto bytes = value.get<std::uint64_t>();
-        if (bytes == 0 || bytes > mostBytes) throw wrong("bytes");
-        return bytes;
+        const auto* bytes = at("bytes").as<std::uint64_t>();
+        if (bytes == nullptr || *bytes == 0 || *bytes > mostBytes) throw wrong("bytes");
+        return *bytes;
     }
     std::vector<Locale> locales(Model::Kind kind) const {
-        const Json& value = at("locales");
-        if (!value.is_array() || value.empty() != (kind == Model::Kind::sileroVad)) throw wrong("locales");
+        const auto* list = at("locales").as<Json::Array>();
+        if (list == nullptr || list->empty() != (kind == Model::Kind::sileroVad)) throw wrong("locales");
         std::vector<Locale> locales;
-        for (const Json& each : value) {
-            if (!each.is_string() || !Locale(each.get<std::string>()).languageCode()) throw wrong("locales");
-            locales.emplace_back(each.get<std::string>());
+        for (const Json& each : *list) {
+            const auto* identifier = each.as<std::string>();
+            if (identifier == nullptr || !Locale(*identifier).languageCode()) throw wrong("locales");
+            locales.emplace_back(*identifier);
         }
         return locales;
     }
     bool flag(const char* key) const {
-        const Json& value = at(key);
-        if (!value.is_boolean()) throw wrong(key);
-        return value.get<bool>();
+        const auto* value = at(key).as<bool>();
+        if (value == nullptr) throw wrong(key);
+        return *value;
     }
     std::string text(const char* key) const {
-        const Json& value = at(key);
-        if (!value.is_string() || value.get_ref<const std::string&>().empty()) throw wrong(key);
-        return value.get<std::string>();
+        const auto* value = at(key).as<std::string>();
+        if (value == nullptr || value->empty()) throw wrong(key);
+        return *value;
     }
     template <typename Names>
     auto oneOf(const Names& names, const char* key) const {
@@ -107,8 +104,8 @@ class Entry {
 
   private:
     const Json& at(const char* key) const {
-        const auto found = m_json.find(key);
-        if (found == m_json.end()) throw fault(m_name + " has no “" + key + "”");
+        const Json* const found = m_json.find(key);
+        if (found == nullptr) throw fault(m_name + " has no “" + key + "”");
         return *found;
     }
     Error wrong(const char* key) const { return fault(m_name + " has a wrong “" + key + "”"); }
@@ -145,8 +142,9 @@ Model modelOf(const Json& json) {
 
 std::vector<Model> parseCatalogue(std::string_view json) {
     const Json catalogue = document(json);
-    const auto list = catalogue.find("models");
-    if (list == catalogue.end() || !list->is_array()) throw fault("it has no list “models”");
+    const Json* const member = catalogue.find("models");
+    const auto* list = member != nullptr ? member->as<Json::Array>() : nullptr;
+    if (list == nullptr) throw fault("it has no list “models”");
     std::vector<Model> models;
     for (const Json& entry : *list) {
         Model model = modelOf(entry);
@@ -163,18 +161,18 @@ Model parseModel(std::string_view json) {
 }
 
 std::string modelText(const Model& model) {
-    Json locales = Json::array();
+    Json::Array locales;
     for (const Locale& locale : model.locales) locales.push_back(locale.identifier());
-    const Json json{{"id", model.id},
-                    {"engine", model.engine},
-                    {"kind", nameOf(kinds, model.kind)},
-                    {"locales", std::move(locales)},
-                    {"bytes", model.bytes},
-                    {"sha256", model.sha256},
-                    {"url", model.url},
-                    {"archive", nameOf(archives, model.archive)},
-                    {"licence", model.licence},
-                    {"verified", model.isVerified},
-                    {"checksumSource", model.checksumSource}};
-    return json.dump(2) + "\n";
+    const Json json = Json::Object{{"id", model.id},
+                                   {"engine", model.engine},
+                                   {"kind", nameOf(kinds, model.kind)},
+                                   {"locales", std::move(locales)},
+                                   {"bytes", model.bytes},
+                                   {"sha256", model.sha256},
+                                   {"url", model.url},
+                                   {"archive", nameOf(archives, model.archive)},
+                                   {"licence", model.licence},
+                                   {"verified", model.isVerified},
+                                   {"checksumSource", model.checksumSource}};
+    return json.text(Json::Layout::indented) + "\n";
 }

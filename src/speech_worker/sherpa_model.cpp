@@ -1,10 +1,12 @@
 #include "speech_worker/sherpa_model.h"
 
 #include "base/error.h"
+#include "json/json.h"
 
 #include <algorithm>
 #include <fstream>
-#include <nlohmann/json.hpp>
+#include <iterator>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -19,11 +21,12 @@ Error unusable(const std::filesystem::path& folder, const std::string& reason) {
 SherpaModel::Kind kindOf(const std::filesystem::path& folder) {
     std::ifstream file(folder / "model.json");
     if (!file) throw unusable(folder, "it has no model.json");
-    const auto description = nlohmann::json::parse(file, nullptr, false);
-    const auto field = description.is_object() ? description.find("kind") : description.end();
-    if (field == description.end() || !field->is_string())
+    const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    const std::optional<Json> description = Json::parse(text);
+    const Json* const field = description ? description->find("kind") : nullptr;
+    if (field == nullptr || field->as<std::string>() == nullptr)
         throw unusable(folder, "its model.json tells no kind");
-    const auto kind = field->get<std::string>();
+    const std::string& kind = *field->as<std::string>();
     if (kind == "nemo_ctc") return SherpaModel::Kind::nemoCtc;
     if (kind == "nemo_transducer") return SherpaModel::Kind::nemoTransducer;
     if (kind == "whisper") return SherpaModel::Kind::whisper;
