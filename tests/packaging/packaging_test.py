@@ -234,4 +234,4 @@ class DebianPackage(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])
+    unittest.main(argv=[sys.argv[0], "-v"])

@@ -2,6 +2,7 @@
 
 #include "base/error.h"
 #include "support/file_size_limit.h"
+#include "support/ordinary_user.h"
 #include "support/temporary_folder.h"
 
 #include <atomic>
@@ -106,9 +107,9 @@ TEST(AtomicFile, FullDiskIsAnErrorAndTheEarlierFileStays) {
 }
 
 TEST(AtomicFile, ReadOnlyFolderIsAnErrorAndTheEarlierFileStays) {
-    if (geteuid() == 0) GTEST_SKIP() << "root may write to a read-only folder";
     const TemporaryFolder folder;
     writeFile(folder / "transcript.txt", "earlier");
+    const OrdinaryUser user({folder.path()});
     std::filesystem::permissions(folder.path(), std::filesystem::perms(0500));
     EXPECT_EQ(failureOf(folder / "transcript.txt", "words"), EACCES);
     std::filesystem::permissions(folder.path(), std::filesystem::perms(0700));

@@ -25,8 +25,7 @@ using FfmpegLogTest = MediaTest;
 TEST_F(FfmpegLogTest, MessageIsALineOfTheDebugLogWithTheNameOfFfmpegsPart) {
     writeFile(folder / "rubbish.m4a", "rubbish");
     EXPECT_THROW(Mp4FileInfo().open(folder / "rubbish.m4a"), Error);
-    if (log.messages().empty())
-        GTEST_SKIP() << "other tests of this process used up the lines of this minute";
+    ASSERT_FALSE(log.messages().empty());
     EXPECT_EQ(log.messages().front(), "[rec] mov,mp4,m4a,3gp,3g2,mj2: moov atom not found");
 }
 
