@@ -1,0 +1,33 @@
+# Sourced by ./test and .ci/run, after scripts/set-up.sh: runs tests that are built. Needs bash.
+
+# Why a test may be left out. Everything else that a test lets out is a failure: a program is missing that should be
+# installed, or a check was lost unnoticed.
+acceptable_skips="no image can be mounted here|this kernel can't be asked to|sway cannot run here"
+((EUID == 0)) || acceptable_skips+="|only root may mount"
+
+# run_tests PRESET [ARGUMENT...]: arguments go to ctest
+run_tests() {
+  local preset=$1 folder=$setup_root/build/$1 unexpected
+  shift
+  say "Testing ($preset)"
+  (cd "$setup_root" && ctest --preset "$preset" --parallel "$(nproc)" "$@")
+  # GoogleTest tells the reason on the line behind "file:line: Skipped", Python's unittest behind "skipped".
+  unexpected=$({ grep -a -A1 ': Skipped$' "$folder/Testing/Temporary/LastTest.log" | grep -av -e ': Skipped$' -e '^--$'
+    grep -aoE "\.\.\. skipped .*" "$folder/Testing/Temporary/LastTest.log"; } | grep -avE "$acceptable_skips") || true
+  [[ ! $unexpected ]] || die "Tests were left out that should have run:"$'\n'"$unexpected"
+}
+
+# run_changed_tests PRESET: the unit tests that are not slow, of each test program that was built anew since it last
+# passed here
+run_changed_tests() {
+  local folder=$setup_root/build/$1/tests program changed=()
+  for program in "$folder"/*_tests; do
+    [[ $program -ot $program.passed ]] || changed+=("${program##*/}")
+  done
+  if ((${#changed[@]} == 0)); then
+    say "Nothing has changed since these tests passed."
+    return
+  fi
+  run_tests "$1" --tests-regex "^($(IFS='|' && echo "${changed[*]}")|house)\." --label-regex '^unit$'
+  for program in "${changed[@]}"; do touch "$folder/$program.passed"; done
+}
