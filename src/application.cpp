@@ -1,6 +1,7 @@
 #include "application.h"
 
 #include "app/app_state.h"
+#include "app/self_tests.h"
 #include "backends.h"
 #include "base/debug_log.h"
 #include "base/job_threads.h"
@@ -92,10 +93,7 @@ class Application {
                 },
             .sleep = sleepFor,
             .wallClock = [] { return std::chrono::system_clock::now(); },
-            .environment = [](const char* name) -> std::optional<std::string> {
-                const char* const value = std::getenv(name);
-                return value != nullptr ? std::optional<std::string>(value) : std::nullopt;
-            },
+            .environment = environmentVariable,
             .exit = [this](int status) { exitNow(status); },
         };
     }
@@ -167,13 +165,6 @@ class FilesAreClosedAtExit {
     static inline QtMessageHandler s_otherHandler = nullptr;
 };
 
-/// It neither shows itself nor minds another one that runs.
-bool isSelfTest() {
-    constexpr std::array variables{"TAPDECK_DIAG", "TAPDECK_TS", "TAPDECK_CHECK"};
-    return std::any_of(variables.begin(), variables.end(),
-                       [](const char* name) { return std::getenv(name) != nullptr; });
-}
-
 bool hasDisplay() {
     constexpr std::array variables{"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"};
     return std::any_of(variables.begin(), variables.end(),
@@ -211,8 +202,9 @@ ExitStatus runOnDesktop(const TerminationSignals& signals, Views& views) {
 } // namespace
 
 ExitStatus runApplication(int argc, char** argv, const TerminationSignals& signals) {
+    const bool isSelfTest = selfTestsIn(environmentVariable).any();
     if (!hasDisplay()) {
-        if (!isSelfTest())
+        if (!isSelfTest)
             return reportFailure(
                 "There is no desktop here to appear on. “murmelo record” records on the terminal.");
         qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -227,5 +219,5 @@ ExitStatus runApplication(int argc, char** argv, const TerminationSignals& signa
     const std::future<void> firstFont =
         std::async(std::launch::async, [font = QGuiApplication::font()] { QFontInfo(font).pixelSize(); });
     Views views; // early: while it loads types the rest is made
-    return isSelfTest() ? runSelfTest(signals, views) : runOnDesktop(signals, views);
+    return isSelfTest ? runSelfTest(signals, views) : runOnDesktop(signals, views);
 }

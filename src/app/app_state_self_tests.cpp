@@ -29,15 +29,14 @@ std::int64_t sizeOf(const std::filesystem::path& file) {
 
 } // namespace
 
-/// Unattended checks, one for each variable; each ends the process.
 void AppState::runSelfTests() {
-    if (m_services.environment("TAPDECK_DIAG") == "1")
+    const SelfTests enabled = selfTestsIn(m_services.environment);
+    if (enabled.diagnostic)
         m_services.main.asyncAfter(diagnosticDelay, [weak = weak_from_this()] {
             if (const std::shared_ptr<AppState> state = weak.lock()) state->runDiagnostic();
         });
-    if (const std::optional<std::string> folder = m_services.environment("TAPDECK_TS"))
-        runTranscriptionTest(*folder);
-    if (m_services.environment("TAPDECK_CHECK") == "1") runCaptureCheck();
+    if (enabled.transcribedFolder) runTranscriptionTest(*enabled.transcribedFolder);
+    if (enabled.captureCheck) runCaptureCheck();
 }
 
 // --- a recording of eight seconds

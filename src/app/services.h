@@ -2,6 +2,7 @@
 
 #include "app/capture_engine.h"
 #include "app/mic_authorization.h"
+#include "app/self_tests.h"
 #include "app/settings_store.h"
 #include "app/windowing.h"
 #include "app/workspace.h"
@@ -38,7 +39,7 @@ struct Services {
     /// Blocks the calling job.
     std::function<void(std::chrono::milliseconds)> sleep;
     std::function<std::chrono::system_clock::time_point()> wallClock;
-    std::function<std::optional<std::string>(const char* name)> environment;
+    Environment environment;
     /// Ends the process at once with that status, leaving no child behind. Main thread.
     std::function<void(int status)> exit;
 };

@@ -176,6 +176,16 @@ class StatusNotifierTray(TrayTests, DesktopTest):
         folder.mkdir(parents=True, exist_ok=True)
         (folder / "xfce4-panel.xml").write_text(XFCE_PANEL)
 
+    def test_a_self_test_that_is_not_enabled_leaves_icon_and_status_as_they_are(self):
+        self.end(self.program)
+        wait_for(lambda: not self.icon_is_there(), "the disappearance of the icon")
+        self.env["TAPDECK_DIAG"] = "0"
+        program = self.launch()
+        self.wait_for_icon()
+        self.wait_for_status("Not recording")
+        program.send_signal(signal.SIGTERM)
+        self.assertEqual(program.wait(timeout=LIMIT), 0)
+
     def tray_is_ready(self):
         return session_bus.has_owner(WATCHER) and session_bus.get_property(WATCHER, "/StatusNotifierWatcher", WATCHER,
                                                                            "IsStatusNotifierHostRegistered")
