@@ -42,9 +42,10 @@ class Application {
         m_jobs.async([this] { recoverRecordings(); });
     }
     ~Application() {
+        m_state->cancelTranscriptions(); // the jobs are joined, and a task in m_main may keep the state
         m_state->teardownOnQuit();
         m_face.forgetState();
-        m_state.reset(); // cancels transcriptions, so that the jobs end
+        m_state.reset();
     }
     Application(const Application&) = delete;
     Application& operator=(const Application&) = delete;

@@ -13,7 +13,7 @@ AppState::AppState(const Services& services)
       m_services(services) {}
 
 AppState::~AppState() {
-    m_stopTranscriptions.request_stop();
+    cancelTranscriptions();
 }
 
 std::shared_ptr<AppState> AppState::create(const Services& services) {

@@ -62,6 +62,8 @@ class AppState : public std::enable_shared_from_this<AppState> {
     std::string elapsedString() const;
     /// Stops the engines, so that their files are closed. The result is not collected.
     void teardownOnQuit();
+    /// Transcriptions end soon. For the end of the program, at which a diagnostic may still keep the state.
+    void cancelTranscriptions() { m_stopTranscriptions.request_stop(); }
 
     // app_state_preview.cpp
     /// Shows live levels unless something speaks against it; then it does nothing.

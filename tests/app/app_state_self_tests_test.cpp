@@ -152,6 +152,18 @@ TEST_F(AppStateSelfTests, TheDiagnosticMayBeginATranscriptionThatTheExitCutsShor
     EXPECT_THAT(m_transcribedFolders, IsEmpty());
 }
 
+TEST_F(AppStateSelfTests, ATranscriptionCanBeCancelledWhileTheDiagnosticKeepsTheState) {
+    m_settings.values["transcribe"] = true;
+    diagnoseForEightSeconds();
+    m_main.advance(1ms);
+    m_jobs.runAll();
+    AppState& kept = *m_state;
+    m_state.reset();
+    EXPECT_FALSE(m_transcriptionStop.stop_requested());
+    kept.cancelTranscriptions();
+    EXPECT_TRUE(m_transcriptionStop.stop_requested());
+}
+
 // --- transcription
 
 TEST_F(AppStateSelfTests, TheTranscriptionTestLogsThePathOfTheTranscript) {

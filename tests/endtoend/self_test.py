@@ -8,7 +8,7 @@ import signal
 import subprocess
 import time
 
-from program import LIMIT, PROGRAM, TestCase, main, run, wait_for
+from program import LIMIT, PROGRAM, TestCase, main, program_without_workers, run, silent_recording, wait_for
 
 SENTENCE = "This is what the computer plays, and it goes on for a while."
 
@@ -113,6 +113,47 @@ class Diagnostic(SelfTest):
         self.assertEqual(program.returncode, 0)
         self.assert_whole(next(self.home.glob("Murmelo/recording-*")))
         self.assert_nothing_left()
+
+
+class EndDuringTranscription(SelfTest):
+    """The program beside a worker that never ends by itself."""
+
+    def setUp(self):
+        super().setUp()
+        self.program = program_without_workers(self.work)
+        self.worker_started = self.work / "started"
+        worker = self.work / "libexec/murmelo-speech-pocketsphinx"
+        worker.parent.mkdir()
+        worker.write_text(f"#!/bin/sh\ntouch '{self.worker_started}'; sleep 1000\n")
+        worker.chmod(0o755)
+
+    def assert_ends_while_transcribing(self, *conditions, **variables):
+        with (self.work / "log").open("w+") as log:
+            program = subprocess.Popen([self.program], env={**self.env, **variables}, stdin=subprocess.DEVNULL,
+                                       stdout=subprocess.DEVNULL, stderr=log)
+            self.addCleanup(program.wait)
+            self.addCleanup(program.kill)
+            wait_for(self.worker_started.exists, "the start of the worker")
+            for said in conditions:
+                wait_for(lambda: said in pathlib.Path(log.name).read_text(), f"“{said}”")
+            program.send_signal(signal.SIGTERM)
+            self.assertEqual(program.wait(timeout=LIMIT), 0)
+            log.seek(0)
+            self.assertNotIn("[ts-test]", log.read())
+        self.assert_nothing_left()
+
+    def test_of_the_recording_of_a_diagnostic(self):
+        self.settings("onboarded=true", "transcribe=true")
+        self.assert_ends_while_transcribing("[diag] 8s: rec=true", TAPDECK_DIAG="1")
+        self.assert_whole(next(self.home.glob("Murmelo/recording-*")))
+
+    def test_of_a_folder_while_a_diagnostic_records(self):
+        folder = silent_recording(self.work / "one")
+        self.assert_ends_while_transcribing("[diag] start", TAPDECK_DIAG="1", TAPDECK_TS=str(folder))
+
+    def test_of_a_folder(self):
+        folder = silent_recording(self.work / "one")
+        self.assert_ends_while_transcribing(TAPDECK_TS=str(folder))
 
 
 class Transcription(SelfTest):
