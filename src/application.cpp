@@ -185,6 +185,11 @@ std::optional<ExitStatus> handOver(SingleInstance& instance) {
         return std::nullopt;
     case SingleInstance::Claim::handedOver:
         return ExitStatus::done;
+    case SingleInstance::Claim::unanswered:
+        return reportFailure("Murmelo is running already, but it does not answer.");
+    case SingleInstance::Claim::closing:
+        return reportFailure(
+            "Murmelo is still closing the files of its last run. Start it again in a moment.");
     case SingleInstance::Claim::taken:
         break;
     }
@@ -197,7 +202,9 @@ ExitStatus runOnDesktop(const TerminationSignals& signals, Views& views) {
     Application application(signals, views);
     const FilesAreClosedAtExit guard(application);
     application.appear(instance);
-    return static_cast<ExitStatus>(QCoreApplication::exec());
+    const int status = QCoreApplication::exec();
+    instance.stopServing();
+    return static_cast<ExitStatus>(status);
 }
 
 } // namespace

@@ -10,6 +10,7 @@ from accessible import Desktop
 from program import PROGRAM, TestCase, run, wait_for
 
 PANEL = "Murmelo"
+FIRST_RUN = "Set up Murmelo"
 
 
 class DesktopTest(TestCase):

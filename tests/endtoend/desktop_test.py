@@ -8,10 +8,10 @@ import subprocess
 import time
 from urllib.parse import unquote
 
-from desktop_case import PANEL, DesktopTest
+from desktop_case import FIRST_RUN, PANEL, DesktopTest
 from program import LIMIT, SCRIPTS, main, run, wait_for
+from screen import Screen
 
-FIRST_RUN = "Set up Murmelo"
 SAID = "When does the meeting begin tomorrow?"
 PLAYED = "The meeting will begin at nine in the morning."
 
@@ -143,6 +143,35 @@ class RunningProgram(DesktopTest):
         program.send_signal(signal.SIGTERM)
         self.assertEqual(program.wait(timeout=LIMIT), 0)
         self.assert_whole(self.recordings()[0])
+
+
+class StartedAgain(DesktopTest):
+    def setUp(self):
+        super().setUp()
+        self.screen = Screen()
+        self.addCleanup(self.screen.close)
+
+    def test_a_start_while_the_program_is_ending_waits_and_then_appears(self):
+        first = self.launch()
+        self.desktop.press("push button", "Grant", FIRST_RUN)  # a check of some seconds, which the end waits for
+        first.send_signal(signal.SIGTERM)
+        wait_for(lambda: not self.screen.windows(PANEL), "the end of the panel")
+        self.assertIsNone(first.poll(), "the process does not end with its windows")
+        self.settings("onboarded=true")
+        second = self.launch()
+        self.wait_for_status("Not recording")
+        self.assertEqual(first.poll(), 0)
+        self.assertIsNone(second.poll())
+        self.desktop.find("push button", "Start Recording", PANEL)
+
+    def test_a_start_beside_a_program_that_stands_still_says_so_and_fails(self):
+        self.settings("onboarded=true")
+        first = self.launch()
+        self.wait_for_status("Not recording")
+        first.send_signal(signal.SIGSTOP)
+        self.assert_failed(run(env=self.env), "Murmelo is running already, but it does not answer.")
+        first.send_signal(signal.SIGCONT)
+        self.wait_for_status("Not recording")
 
 
 class LostScreen(DesktopTest):

@@ -5,6 +5,8 @@
 namespace instance {
 
 inline constexpr const char* name = "org.murmelo.Murmelo";
+/// Owned before the name above and released after it, when the process has closed its files.
+inline constexpr const char* processName = "org.murmelo.Murmelo.Process";
 inline constexpr const char* path = "/org/murmelo/Murmelo";
 inline constexpr const char* application = "org.freedesktop.Application";
 inline constexpr const char* toggleRecording = "toggle-recording"; ///< an action of it

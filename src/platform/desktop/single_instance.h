@@ -5,12 +5,15 @@
 
 #include <QDBusConnection>
 #include <QObject>
+#include <chrono>
 #include <filesystem>
 #include <functional>
 
 /// Makes sure that one Murmelo runs in a session, and lets others speak to it: the desktop starts it a second
-/// time, a key is bound to its recording, a script asks how it is. It has a name on the session bus and an
-/// object there (org.freedesktop.Application, and the status as properties); without a bus a lock in a file.
+/// time, a key is bound to its recording, a script asks how it is. It has two names on the session bus. The
+/// one that others speak to leads to an object (org.freedesktop.Application, and the status as properties);
+/// the other one stands for the process and is held until its files are closed. Without a bus there is a lock
+/// in a file.
 ///
 /// Main thread.
 class SingleInstance final : public QObject {
@@ -20,18 +23,27 @@ class SingleInstance final : public QObject {
     enum class Claim {
         granted,    ///< we are the one
         handedOver, ///< another one runs, and has been asked to show itself
+        unanswered, ///< another one runs, but does not answer
+        closing,    ///< another one no longer serves, but has not closed its files yet
         taken       ///< another one runs, and there is no bus to reach it
     };
 
     /// `sessionBus` may be disconnected; then `lockFile` is locked, unless it is empty or cannot be made.
-    SingleInstance(const QDBusConnection& sessionBus, std::filesystem::path lockFile);
+    /// `patience` is how long a claim waits for another one to answer or to go.
+    SingleInstance(const QDBusConnection& sessionBus, std::filesystem::path lockFile,
+                   std::chrono::milliseconds patience = std::chrono::seconds(5));
+    /// The next claim, also of another process, is granted.
     ~SingleInstance() override;
     SingleInstance(const SingleInstance&) = delete;
     SingleInstance& operator=(const SingleInstance&) = delete;
 
-    /// Once. Waits for the other one for a few seconds at most. What others ask of us from then on is told
-    /// when the event loop runs.
+    /// Once. As long as it waits for another one, events of the calling thread are handled. What others ask
+    /// of us once it is granted is told when the event loop runs.
     Claim claim();
+
+    /// After the event loop, before files are closed: others find no Murmelo to speak to, and a new one waits
+    /// until this object goes.
+    void stopServing();
 
     /// What others are told; without it, an empty status.
     std::function<AppStatus()> status;
@@ -42,11 +54,14 @@ class SingleInstance final : public QObject {
     void quitRequested();
 
   private:
-    Claim claimName();
+    bool takeNames();
+    Claim claimNames();
     Claim claimLock();
 
     QDBusConnection m_bus;
     const std::filesystem::path m_lockFile;
+    const std::chrono::milliseconds m_patience;
+    bool m_ownsProcessName = false;
     bool m_ownsName = false;
     FileHandle m_lock;
 };

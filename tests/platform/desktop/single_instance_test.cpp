@@ -7,9 +7,14 @@
 #include "support/qt_bus.h"
 
 #include <QCoreApplication>
-#include <QDBusPendingCallWatcher>
+#include <QDBusConnectionInterface>
+#include <QDBusVirtualObject>
 #include <QEventLoop>
+#include <QTimer>
+#include <chrono>
+#include <functional>
 #include <gmock/gmock.h>
+#include <memory>
 #include <optional>
 #include <thread>
 
@@ -17,6 +22,28 @@ namespace {
 
 using testing::ElementsAre;
 using Claim = SingleInstance::Claim;
+using namespace std::chrono_literals;
+
+constexpr const char* name = "org.murmelo.Murmelo";
+constexpr const char* processName = "org.murmelo.Murmelo.Process";
+constexpr const char* path = "/org/murmelo/Murmelo";
+
+constexpr auto longEnough = 60s; // for what is sure to come
+constexpr auto inVain = 50ms;    // for what never comes
+
+/// Takes calls and does not answer them.
+class SilentObject : public QDBusVirtualObject {
+  public:
+    explicit SilentObject(std::function<void()> onCall) : m_onCall(std::move(onCall)) {}
+    QString introspect(const QString& /*path*/) const override { return {}; }
+    bool handleMessage(const QDBusMessage& /*message*/, const QDBusConnection& /*connection*/) override {
+        m_onCall();
+        return true;
+    }
+
+  private:
+    const std::function<void()> m_onCall;
+};
 
 class SingleInstanceTest : public testing::Test {
   protected:
@@ -39,6 +66,12 @@ class SingleInstanceTest : public testing::Test {
         });
         loop.exec();
         other.join();
+    }
+    /// The outcome of another process's claim.
+    Claim claimElsewhere(std::chrono::milliseconds patience) {
+        std::optional<Claim> claim;
+        elsewhere([&] { claim = SingleInstance(m_theirs.connection(), {}, patience).claim(); });
+        return *claim;
     }
     QDBusMessage::MessageType callFirst(const char* method, const QVariantList& arguments) {
         QDBusMessage answer;
@@ -67,9 +100,7 @@ class SingleInstanceTest : public testing::Test {
 TEST_F(SingleInstanceTest, ASecondStartShowsTheFirst) {
     ScopedEnvironment token("XDG_ACTIVATION_TOKEN", std::nullopt);
     EXPECT_EQ(m_first.claim(), Claim::granted);
-    std::optional<Claim> second;
-    elsewhere([&] { second = SingleInstance(m_theirs.connection(), {}).claim(); });
-    EXPECT_EQ(second, Claim::handedOver);
+    EXPECT_EQ(claimElsewhere(longEnough), Claim::handedOver);
     EXPECT_THAT(m_heard, ElementsAre("activate"));
     EXPECT_FALSE(std::filesystem::exists(m_folder / "lock")) << "the name is enough";
 }
@@ -84,10 +115,69 @@ TEST_F(SingleInstanceTest, AfterTheFirstHasEndedTheNextIsTheOne) {
 
 TEST_F(SingleInstanceTest, TheOtherOnesEndDoesNotTakeOurName) {
     EXPECT_EQ(m_first.claim(), Claim::granted);
-    elsewhere([&] { SingleInstance(m_theirs.connection(), {}).claim(); });
+    claimElsewhere(longEnough);
     std::optional<bool> isThere;
     elsewhere([&] { isThere = BusRunningInstance(m_theirs.connection()).status().has_value(); });
     EXPECT_EQ(isThere, true);
+}
+
+TEST_F(SingleInstanceTest, WhoHasStoppedServingIsNotFoundButStillThere) {
+    EXPECT_EQ(m_first.claim(), Claim::granted);
+    m_first.stopServing();
+    bool isThere = true;
+    elsewhere([&] { isThere = BusRunningInstance(m_theirs.connection()).status().has_value(); });
+    EXPECT_FALSE(isThere);
+    EXPECT_EQ(claimElsewhere(inVain), Claim::closing);
+    EXPECT_THAT(m_heard, testing::IsEmpty());
+    EXPECT_TRUE(m_log.messages().empty());
+}
+
+TEST_F(SingleInstanceTest, ANewStartWaitsUntilTheOneThatHasStoppedServingIsGone) {
+    auto closing = std::make_unique<SingleInstance>(m_ours.connection(), std::filesystem::path());
+    EXPECT_EQ(closing->claim(), Claim::granted);
+    closing->stopServing();
+    QTimer::singleShot(0, &m_application, [&] { closing.reset(); });
+    EXPECT_EQ(claimElsewhere(longEnough), Claim::granted);
+}
+
+TEST_F(SingleInstanceTest, ANewStartTakesOverFromOneThatGoesInsteadOfAnswering) {
+    QDBusConnection bus = m_ours.connection();
+    // Not answered any more after the end of the event loop.
+    SilentObject going([&] {
+        note("asked");
+        bus.unregisterService(name);
+        bus.unregisterService(processName);
+    });
+    bus.registerVirtualObject(path, &going);
+    ASSERT_TRUE(bus.registerService(processName));
+    ASSERT_TRUE(bus.registerService(name));
+    EXPECT_EQ(claimElsewhere(longEnough), Claim::granted);
+    EXPECT_THAT(m_heard, ElementsAre("asked"));
+}
+
+TEST_F(SingleInstanceTest, ANewStartIsHandedOverToOneThatIsStarting) {
+    ASSERT_TRUE(m_ours.connection().registerService(processName));
+    QTimer::singleShot(0, &m_application, [this] { m_first.claim(); });
+    EXPECT_EQ(claimElsewhere(longEnough), Claim::handedOver);
+    EXPECT_THAT(m_heard, ElementsAre("activate"));
+}
+
+TEST_F(SingleInstanceTest, AnOwnerThatDoesNotAnswerIsTold) {
+    QDBusConnection bus = m_ours.connection();
+    SilentObject silent([this] { note("asked"); });
+    bus.registerVirtualObject(path, &silent);
+    ASSERT_TRUE(bus.registerService(processName));
+    ASSERT_TRUE(bus.registerService(name));
+    EXPECT_EQ(claimElsewhere(inVain), Claim::unanswered);
+    EXPECT_THAT(m_log.messages(), ElementsAre("[app] the Murmelo that runs does not show itself: no answer"));
+}
+
+TEST_F(SingleInstanceTest, AnOwnerWithoutTheObjectIsTold) {
+    ASSERT_TRUE(m_ours.connection().registerService(name));
+    EXPECT_EQ(claimElsewhere(inVain), Claim::unanswered);
+    EXPECT_THAT(m_log.messages(),
+                ElementsAre(testing::StartsWith("[app] the Murmelo that runs does not show itself: ")));
+    EXPECT_FALSE(m_ours.connection().interface()->isServiceRegistered(processName)) << "nothing is kept";
 }
 
 TEST_F(SingleInstanceTest, ActionsReachTheirOwner) {
@@ -173,9 +263,18 @@ TEST_F(SingleInstanceTest, WithoutABusAFileIsLocked) {
     {
         SingleInstance first(none, m_folder / "lock");
         EXPECT_EQ(first.claim(), Claim::granted);
-        EXPECT_EQ(SingleInstance(none, m_folder / "lock").claim(), Claim::taken);
+        EXPECT_EQ(SingleInstance(none, m_folder / "lock", inVain).claim(), Claim::taken);
     }
     EXPECT_EQ(SingleInstance(none, m_folder / "lock").claim(), Claim::granted) << "the file may stay";
+}
+
+TEST_F(SingleInstanceTest, WithoutABusANewStartWaitsForTheLock) {
+    const QDBusConnection none("no such connection");
+    auto closing = std::make_unique<SingleInstance>(none, m_folder / "lock");
+    EXPECT_EQ(closing->claim(), Claim::granted);
+    QTimer::singleShot(0, &m_application, [&] { closing.reset(); });
+    elsewhere(
+        [&] { EXPECT_EQ(SingleInstance(none, m_folder / "lock", longEnough).claim(), Claim::granted); });
 }
 
 TEST_F(SingleInstanceTest, WithoutAPlaceForTheLockItStartsAllTheSame) {
