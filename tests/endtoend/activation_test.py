@@ -7,15 +7,13 @@ import os
 import pathlib
 import random
 import shlex
-import signal
 import subprocess
 import tempfile
 import time
 
 import session_bus
-from desktop_case import FIRST_RUN, PANEL, DesktopTest
+from desktop_case import PANEL, DesktopTest
 from program import LIMIT, main, wait_for
-from screen import Screen
 
 NAME = "org.murmelo.Murmelo"
 PATH = "/org/murmelo/Murmelo"
@@ -67,16 +65,8 @@ class InstalledProgram(DesktopTest):
         self.assert_whole(self.recordings()[0])
 
     def test_the_bus_starts_it_again_while_it_is_still_ending(self):
-        self.settings()
         self.tell_bus_of_services()
-        screen = Screen()
-        self.addCleanup(screen.close)
-        first = self.launch()
-        self.desktop.press("push button", "Grant", FIRST_RUN)  # a check of some seconds, which the end waits for
-        first.send_signal(signal.SIGTERM)
-        wait_for(lambda: not screen.windows(PANEL), "the end of the panel")
-        self.assertIsNone(first.poll(), "the process does not end with its windows")
-        self.settings("onboarded=true")
+        first = self.launch_and_end_slowly()
         session_bus.call(NAME, PATH, f"{APPLICATION}.Activate", "(a{sv})", {})
         self.assertEqual(first.wait(timeout=LIMIT), 0)
         self.desktop.find("push button", "Start Recording", PANEL)

@@ -3,11 +3,13 @@
 import os
 import pathlib
 import shutil
+import signal
 import subprocess
 import tempfile
 
 from accessible import Desktop
 from program import PROGRAM, TestCase, run, wait_for
+from screen import Screen
 
 PANEL = "Murmelo"
 FIRST_RUN = "Set up Murmelo"
@@ -39,6 +41,19 @@ class DesktopTest(TestCase):
         with self.log.open("w") as log:
             program = subprocess.Popen([PROGRAM], env=self.env, stdin=subprocess.DEVNULL, stdout=log, stderr=log)
         self.addCleanup(self.end, program)
+        return program
+
+    def launch_and_end_slowly(self):
+        """A program that has left its event loop, but waits for a check of some seconds before it ends."""
+        self.settings()
+        screen = Screen()
+        self.addCleanup(screen.close)
+        program = self.launch()
+        self.desktop.press("push button", "Grant", FIRST_RUN)
+        program.send_signal(signal.SIGTERM)
+        wait_for(lambda: not screen.windows(PANEL), "the end of the panel")
+        self.assertIsNone(program.poll(), "the process does not end with its windows")
+        self.settings("onboarded=true")
         return program
 
     def end(self, program):

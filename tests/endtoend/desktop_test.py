@@ -10,7 +10,6 @@ from urllib.parse import unquote
 
 from desktop_case import FIRST_RUN, PANEL, DesktopTest
 from program import LIMIT, SCRIPTS, main, run, wait_for
-from screen import Screen
 
 SAID = "When does the meeting begin tomorrow?"
 PLAYED = "The meeting will begin at nine in the morning."
@@ -146,23 +145,21 @@ class RunningProgram(DesktopTest):
 
 
 class StartedAgain(DesktopTest):
-    def setUp(self):
-        super().setUp()
-        self.screen = Screen()
-        self.addCleanup(self.screen.close)
-
     def test_a_start_while_the_program_is_ending_waits_and_then_appears(self):
-        first = self.launch()
-        self.desktop.press("push button", "Grant", FIRST_RUN)  # a check of some seconds, which the end waits for
-        first.send_signal(signal.SIGTERM)
-        wait_for(lambda: not self.screen.windows(PANEL), "the end of the panel")
-        self.assertIsNone(first.poll(), "the process does not end with its windows")
-        self.settings("onboarded=true")
+        first = self.launch_and_end_slowly()
         second = self.launch()
         self.wait_for_status("Not recording")
         self.assertEqual(first.poll(), 0)
         self.assertIsNone(second.poll())
         self.desktop.find("push button", "Start Recording", PANEL)
+
+    def test_a_start_beside_an_end_that_does_not_come_says_so_and_fails(self):
+        first = self.launch_and_end_slowly()
+        first.send_signal(signal.SIGSTOP)
+        self.assert_failed(run(env=self.env),
+                           "Murmelo is still closing the files of its last run. Start it again in a moment.")
+        first.send_signal(signal.SIGCONT)
+        self.assertEqual(first.wait(timeout=LIMIT), 0)
 
     def test_a_start_beside_a_program_that_stands_still_says_so_and_fails(self):
         self.settings("onboarded=true")
