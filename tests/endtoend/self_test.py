@@ -66,8 +66,8 @@ class CaptureCheck(SelfTest):
         self.assertEqual(self.tagged(lines, "[check]"), ["[check] result=false"])
 
 
-class OtherValues(SelfTest):
-    def test_they_start_the_ordinary_program(self):
+class Variables(SelfTest):
+    def test_values_other_than_1_start_the_ordinary_program(self):
         """Which needs a desktop; an enabled self-test does not."""
         for value in ("0", "true", ""):
             for variable in ("TAPDECK_DIAG", "TAPDECK_CHECK"):
@@ -142,16 +142,16 @@ class EndDuringTranscription(SelfTest):
             self.assertNotIn("[ts-test]", log.read())
         self.assert_nothing_left()
 
-    def test_of_the_recording_of_a_diagnostic(self):
+    def test_a_signal_ends_the_transcription_of_a_diagnostic_s_recording(self):
         self.settings("onboarded=true", "transcribe=true")
         self.assert_ends_while_transcribing("[diag] 8s: rec=true", TAPDECK_DIAG="1")
         self.assert_whole(next(self.home.glob("Murmelo/recording-*")))
 
-    def test_of_a_folder_while_a_diagnostic_records(self):
+    def test_a_signal_ends_the_transcription_of_a_folder_while_a_diagnostic_records(self):
         folder = silent_recording(self.work / "one")
         self.assert_ends_while_transcribing("[diag] start", TAPDECK_DIAG="1", TAPDECK_TS=str(folder))
 
-    def test_of_a_folder(self):
+    def test_a_signal_ends_the_transcription_of_a_folder(self):
         folder = silent_recording(self.work / "one")
         self.assert_ends_while_transcribing(TAPDECK_TS=str(folder))
 
