@@ -12,7 +12,7 @@ struct RecoveredFile {
         mendable, ///< the same, but only looked at
         inUse,    ///< being recorded, or closed by another program; not touched
         foreign,  ///< not made by us; not touched
-        failed,   ///< should be mended and could not be
+        failed,   ///< should be mended and could not be, or is a folder that cannot be looked into
     };
 
     std::filesystem::path path;

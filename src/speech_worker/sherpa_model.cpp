@@ -1,6 +1,7 @@
 #include "speech_worker/sherpa_model.h"
 
 #include "base/error.h"
+#include "base/folder_entries.h"
 #include "json/json.h"
 
 #include <algorithm>
@@ -38,12 +39,14 @@ std::filesystem::path fileLike(const std::filesystem::path& folder, std::string_
                                std::string_view end) {
     std::vector<std::pair<bool, std::filesystem::path>> found;
     std::error_code error;
-    for (auto entry = std::filesystem::directory_iterator(folder, error);
-         !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-        const std::string name = entry->path().filename();
+    for (const std::filesystem::path& entry : folderEntries(folder, error)) {
+        const std::string name = entry.filename();
         if (name.find(part) == std::string::npos || !name.ends_with(end)) continue;
-        found.emplace_back(name.find(".int8.") == std::string::npos, entry->path());
+        found.emplace_back(name.find(".int8.") == std::string::npos, entry);
     }
+    if (error)
+        throw unusable(folder,
+                       "its folder cannot be read: " + Error::posix(error.value()).localizedDescription());
     if (found.empty())
         throw unusable(folder, "it has no file like *" + std::string(part) + "*" + std::string(end));
     return std::min_element(found.begin(), found.end())->second;

@@ -4,6 +4,7 @@
 #include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 namespace {
 
@@ -64,6 +65,15 @@ TEST_F(SherpaModelTest, WhatIsMissingIsNamed) {
     EXPECT_EQ(failure(), "it has no file like *joiner*.onnx.");
     add({"joiner.onnx"});
     EXPECT_EQ(failure(), "nothing");
+}
+
+TEST_F(SherpaModelTest, AFolderWhoseListIsForbiddenIsSaidSo) {
+    if (geteuid() == 0) GTEST_SKIP() << "root may read every folder";
+    writeFile(folder / "model.json", R"({"kind": "nemo_ctc"})");
+    add({"model.onnx", "tokens.txt"});
+    std::filesystem::permissions(folder.path(), std::filesystem::perms(0300));
+    EXPECT_EQ(failure(), "its folder cannot be read: Permission denied.");
+    std::filesystem::permissions(folder.path(), std::filesystem::perms(0700));
 }
 
 TEST_F(SherpaModelTest, ADescriptionWithoutAKindIsNone) {

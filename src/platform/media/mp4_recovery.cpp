@@ -2,6 +2,7 @@
 
 #include "base/debug_log.h"
 #include "base/error.h"
+#include "base/folder_entries.h"
 #include "base/number_text.h"
 #include "base/recording_files.h"
 #include "platform/media/mp4_track.h"
@@ -73,18 +74,30 @@ RecoveredFile Mp4Recovery::recoverFile(const std::filesystem::path& path, Mode m
 }
 
 std::vector<RecoveredFile> Mp4Recovery::recover(const std::filesystem::path& folder, Mode mode) {
-    std::error_code ignored;
-    std::vector<std::filesystem::path> recordings;
-    std::filesystem::directory_iterator entry(folder, ignored); // the end where there is no folder
-    for (; entry != std::filesystem::directory_iterator(); entry.increment(ignored))
-        if (entry->is_directory(ignored)) recordings.push_back(entry->path());
-    std::sort(recordings.begin(), recordings.end());
-    recordings.insert(recordings.begin(), folder);
-
     std::vector<RecoveredFile> result;
-    for (const std::filesystem::path& recording : recordings)
-        for (const char* name : {voiceFileName, systemFileName, mixFileName})
-            if (const auto file = recording / name; std::filesystem::exists(file, ignored))
-                result.push_back(recoverFile(file, mode));
+    std::error_code error;
+    const std::vector<std::filesystem::path> entries = folderEntries(folder, error);
+    if (error && error != std::errc::no_such_file_or_directory)
+        result.push_back({folder, State::failed, 0, Error::posix(error.value()).localizedDescription()});
+    recoverFiles(folder, mode, result);
+    for (const std::filesystem::path& entry : entries) {
+        const bool isFolder = std::filesystem::is_directory(entry, error);
+        if (isFolder || error) recoverFiles(entry, mode, result);
+    }
     return result;
+}
+
+void Mp4Recovery::recoverFiles(const std::filesystem::path& recording, Mode mode,
+                               std::vector<RecoveredFile>& result) {
+    for (const char* name : {voiceFileName, systemFileName, mixFileName}) {
+        const std::filesystem::path file = recording / name;
+        std::error_code error;
+        if (std::filesystem::exists(file, error)) result.push_back(recoverFile(file, mode));
+        if (!error) continue;
+        // The same holds for its other files, and may have been found out when it was listed.
+        if (result.empty() || result.back().path != recording)
+            result.push_back(
+                {recording, State::failed, 0, Error::posix(error.value()).localizedDescription()});
+        return;
+    }
 }

@@ -21,6 +21,8 @@ class Mp4Recovery final : public RecordingRecovery {
     RecoveredFile recoverFile(const std::filesystem::path& path, Mode mode);
 
   private:
+    /// Appends what became of the files of one recording, or that its folder cannot be looked into.
+    void recoverFiles(const std::filesystem::path& recording, Mode mode, std::vector<RecoveredFile>& result);
     static RecoveredFile recoverOpened(OutputFile& file, Mode mode);
 
     FileCalls& m_calls;

@@ -1,5 +1,6 @@
 #include "platform/models/folder_model_store.h"
 
+#include "base/folder_entries.h"
 #include "models/model_catalogue.h"
 #include "platform/models/faults.h"
 #include "platform/models/model_installation.h"
@@ -39,12 +40,13 @@ std::optional<Model> installedEntry(const std::filesystem::path& folder) {
     }
 }
 
-/// In the order of their names.
+/// In the order of their names. Throws Error when the folder exists and cannot be read.
 std::vector<Model> installedIn(const std::filesystem::path& folder) {
     std::vector<Model> models;
-    std::error_code ignored;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, ignored))
-        if (std::optional<Model> model = installedEntry(entry.path())) models.push_back(std::move(*model));
+    std::error_code error;
+    for (const std::filesystem::path& entry : folderEntries(folder, error))
+        if (std::optional<Model> model = installedEntry(entry)) models.push_back(std::move(*model));
+    if (error && error != std::errc::no_such_file_or_directory) throw diskError(folder, error.value());
     std::sort(models.begin(), models.end(), [](const Model& a, const Model& b) { return a.id < b.id; });
     return models;
 }

@@ -261,4 +261,32 @@ TEST_F(Mp4RecoveryTest, MissingFolderHasNoRecordingsAndIsNotMade) {
     EXPECT_FALSE(std::filesystem::exists(folder / "none"));
 }
 
+TEST_F(Mp4RecoveryTest, FolderThatCannotBeReadIsAFailureAndTheOthersAreMendedAllTheSame) {
+    std::filesystem::create_directories(folder / "all/b");
+    std::filesystem::create_symlink("a", folder / "all/a"); // to itself
+    writeFile(folder / "all/b/voice.m4a", journal.content(stepsUntilClosing));
+    const std::vector<RecoveredFile> found = recovery.recover(folder / "all", Mode::mend);
+    ASSERT_EQ(found.size(), 2U);
+    EXPECT_EQ(found[0].path, folder / "all/a");
+    EXPECT_EQ(found[0].state, State::failed);
+    EXPECT_EQ(found[0].reason, "Too many levels of symbolic links");
+    EXPECT_EQ(found[1].state, State::mended);
+
+    const std::vector<RecoveredFile> itself = recovery.recover(folder / "all/a", Mode::mend);
+    ASSERT_EQ(itself.size(), 1U);
+    EXPECT_EQ(itself[0].state, State::failed);
+}
+
+TEST_F(Mp4RecoveryTest, FolderWhoseListIsForbiddenIsAFailure) {
+    if (geteuid() == 0) GTEST_SKIP() << "root may read every folder";
+    std::filesystem::create_directory(folder / "all");
+    writeFile(folder / "all/voice.m4a", journal.content(stepsUntilClosing));
+    std::filesystem::permissions(folder / "all", std::filesystem::perms(0300));
+    const std::vector<RecoveredFile> found = recovery.recover(folder / "all", Mode::mend);
+    std::filesystem::permissions(folder / "all", std::filesystem::perms(0700));
+    ASSERT_EQ(found.size(), 2U);
+    EXPECT_EQ(found[0].reason, "Permission denied");
+    EXPECT_EQ(found[1].state, State::mended) << "its name is known";
+}
+
 } // namespace

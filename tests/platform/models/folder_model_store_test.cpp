@@ -134,6 +134,14 @@ TEST_F(FolderModelStoreTest, WhatIsInstalledAndNotInTheCatalogueComesLast) {
     EXPECT_TRUE(listed[1].isInstalled);
 }
 
+TEST_F(FolderModelStoreTest, AFolderOfModelsThatCannotBeReadIsSaidSo) {
+    writeCatalogue({model});
+    std::filesystem::create_directories(models.parent_path());
+    std::filesystem::create_symlink("models", models); // to itself
+    EXPECT_EQ(failureOf(ModelFailure::disk, [this] { store.list(); }),
+              "“" + models.string() + "” can't be used: Too many levels of symbolic links.");
+}
+
 TEST_F(FolderModelStoreTest, ACatalogueThatIsMissingOrDamagedIsSaidSo) {
     const auto look = [this] { store.list(); };
     EXPECT_EQ(failureOf(ModelFailure::catalogue, look),
