@@ -1,6 +1,7 @@
 #include "base/debug_log.h"
 
 #include "base/home_folder.h"
+#include "base/private_files.h"
 
 #include <cstdio>
 #include <ctime>
@@ -51,7 +52,7 @@ void writeAll(int fd, std::string_view text) {
 
 bool append(const std::filesystem::path& file, std::string_view line) {
     // O_APPEND seeks and writes in one step, so that lines of several threads and programs stay whole.
-    const int fd = ::open(file.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+    const int fd = openPrivateFile(file, O_WRONLY | O_APPEND);
     if (fd < 0) return false;
     writeAll(fd, line);
     ::close(fd);
@@ -59,9 +60,8 @@ bool append(const std::filesystem::path& file, std::string_view line) {
 }
 
 void create(const std::filesystem::path& file, std::string_view line) {
-    std::error_code ignored;
-    std::filesystem::create_directories(file.parent_path(), ignored);
-    const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    createPrivateFolder(file.parent_path());
+    const int fd = openPrivateFile(file, O_WRONLY | O_CREAT | O_TRUNC);
     if (fd < 0) return;
     writeAll(fd, line);
     ::close(fd);

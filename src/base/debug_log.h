@@ -8,8 +8,9 @@
 /// The process-wide diagnostic log: an append-only text file and an echo on the console.
 ///
 /// One entry is one line, "2026-11-15 21:39:18 +0000 message". Nothing is kept open between calls, so the
-/// user may delete the file at any time. Failures are never reported: a program that records must not stop
-/// because its log cannot be written.
+/// user may delete the file at any time. Only its owner may read the file and the folders that it is created
+/// with; an older file becomes so with the next line. Failures are never reported: a program that records must
+/// not stop because its log cannot be written.
 class DebugLog {
   public:
     /// Writes the message to the file and then, without the time, to the console. Any thread; never throws.

@@ -1,6 +1,7 @@
 #include "base/recording_files.h"
 
 #include "base/home_folder.h"
+#include "base/private_files.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -9,7 +10,6 @@
 #include <fstream>
 #include <optional>
 #include <string_view>
-#include <system_error>
 
 namespace {
 
@@ -61,8 +61,7 @@ std::filesystem::path placeOfRecordings() {
 
 std::filesystem::path recordingsFolder() {
     std::filesystem::path folder = placeOfRecordings();
-    std::error_code ignored;
-    std::filesystem::create_directories(folder, ignored);
+    createPrivateFolder(folder);
     return folder;
 }
 

@@ -19,8 +19,8 @@ std::filesystem::path musicFolder(const std::filesystem::path& home, const std::
 /// The user's music folder with "Murmelo" appended, whether it is there or not.
 std::filesystem::path placeOfRecordings();
 
-/// The same folder. Every call tries to create it; a failure is ignored (the recording that then fails says
-/// why).
+/// The same folder. Every call tries to create it, for its owner alone; a failure is ignored (the recording
+/// that then fails says why).
 std::filesystem::path recordingsFolder();
 
 /// "recording-" and the local time as yyyy-MM-dd-HHmmss in ASCII digits. Two starts within a second give the

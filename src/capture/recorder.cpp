@@ -3,9 +3,9 @@
 #include "base/debug_log.h"
 #include "base/error.h"
 #include "base/number_text.h"
+#include "base/private_files.h"
 #include "base/recording_files.h"
 
-#include <system_error>
 #include <utility>
 
 namespace {
@@ -66,8 +66,7 @@ bool Recorder::openMicrophone(const MicChoice& mic, bool preview) {
 }
 
 bool Recorder::createFiles(const std::filesystem::path& folder) {
-    std::error_code ignored; // the files then cannot be created either, and say why
-    std::filesystem::create_directories(folder, ignored);
+    createPrivateFolder(folder); // where it cannot, the files cannot be created either, and say why
     const Result files{folder / mixFileName, folder / voiceFileName, folder / systemFileName};
     try {
         const AudioFileSettings settings;

@@ -1,6 +1,7 @@
 #include "transcription/atomic_file.h"
 
 #include "base/error.h"
+#include "base/private_files.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -18,7 +19,7 @@ class TemporaryFile {
         for (int number = 0; m_descriptor < 0; ++number) {
             m_path = target.parent_path() /
                      ("." + target.filename().string() + "." + std::to_string(number) + ".tmp");
-            m_descriptor = ::open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+            m_descriptor = openPrivateFile(m_path, O_WRONLY | O_CREAT | O_EXCL);
             // A name that exists is another writer's, or was left by a killed process: not ours to touch.
             if (m_descriptor < 0 && errno != EEXIST) throw Error::posix(errno);
         }

@@ -2,6 +2,7 @@
 
 #include "support/log_capture.h"
 #include "support/temporary_folder.h"
+#include "support/with_umask.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -71,6 +72,39 @@ TEST(DebugLog, UnwritableHomeLosesTheLineButNotTheEcho) {
     writeFile(capture.home() / "Music", "a file where the folder should be");
     DebugLog::log("lost");
     EXPECT_EQ(capture.messages(), std::vector<std::string>{"lost"});
+}
+
+TEST(DebugLog, FileAndItsFoldersAreForTheirOwnerAloneWhateverTheUmask) {
+    for (const mode_t mask : testedUmasks) {
+        LogCapture capture;
+        withUmask(mask, [] { DebugLog::log("one"); });
+        EXPECT_EQ(modeOf(capture.home() / "Music"), 0700U) << mask;
+        EXPECT_EQ(modeOf(capture.home() / "Music/Murmelo"), 0700U) << mask;
+        EXPECT_EQ(modeOf(DebugLog::url()), 0600U) << mask;
+        DebugLog::log("two");
+        EXPECT_EQ(contentOf(DebugLog::url()), stamp + "one\n" + stamp + "two\n") << mask;
+    }
+}
+
+TEST(DebugLog, OlderFileBecomesPrivateWithTheNextLineAndItsFolderStaysAsItIs) {
+    LogCapture capture;
+    std::filesystem::create_directories(DebugLog::url().parent_path());
+    std::filesystem::permissions(DebugLog::url().parent_path(), std::filesystem::perms(0755));
+    writeFile(DebugLog::url(), "earlier\n");
+    std::filesystem::permissions(DebugLog::url(), std::filesystem::perms(0644));
+    DebugLog::log("next");
+    EXPECT_EQ(modeOf(DebugLog::url()), 0600U);
+    EXPECT_EQ(contentOf(DebugLog::url()), "earlier\n" + stamp + "next\n");
+    EXPECT_EQ(modeOf(DebugLog::url().parent_path()), 0755U);
+}
+
+TEST(DebugLog, LinkToADeviceLeavesTheDeviceAsItIs) {
+    LogCapture capture;
+    std::filesystem::create_directories(DebugLog::url().parent_path());
+    std::filesystem::create_symlink("/dev/null", DebugLog::url());
+    const mode_t before = modeOf("/dev/null");
+    DebugLog::log("nowhere");
+    EXPECT_EQ(modeOf("/dev/null"), before);
 }
 
 TEST(DebugLog, FormatCharactersAreJustText) {

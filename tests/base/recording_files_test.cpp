@@ -3,6 +3,7 @@
 #include "base/home_folder.h"
 #include "support/environment.h"
 #include "support/temporary_folder.h"
+#include "support/with_umask.h"
 
 #include <ctime>
 #include <gtest/gtest.h>
@@ -57,6 +58,18 @@ TEST(PlaceOfRecordings, IsTheSameFolderAndIsNotCreated) {
     ScopedEnvironment configVariable("XDG_CONFIG_HOME", std::nullopt);
     EXPECT_EQ(placeOfRecordings(), home / "Murmelo");
     EXPECT_FALSE(std::filesystem::exists(home / "Murmelo"));
+}
+
+TEST(RecordingsFolder, IsForItsOwnerAloneWhateverTheUmaskAndTheFolderAboveStaysAsItIs) {
+    for (const mode_t mask : testedUmasks) {
+        TemporaryFolder home;
+        std::filesystem::permissions(home.path(), std::filesystem::perms(0755));
+        ScopedEnvironment homeVariable("HOME", home.path());
+        ScopedEnvironment configVariable("XDG_CONFIG_HOME", std::nullopt);
+        withUmask(mask, [] { recordingsFolder(); });
+        EXPECT_EQ(modeOf(home / "Murmelo"), 0700U) << mask;
+        EXPECT_EQ(modeOf(home.path()), 0755U) << mask;
+    }
 }
 
 TEST(RecordingsFolder, IsReturnedEvenWhenItCannotBeCreated) {

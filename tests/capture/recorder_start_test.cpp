@@ -1,4 +1,5 @@
 #include "capture/recorder_fixture.h"
+#include "support/with_umask.h"
 
 #include <gmock/gmock.h>
 
@@ -64,6 +65,19 @@ TEST_F(RecorderStart, CreatesTheFolderWithItsParents) {
     TemporaryFolder folder;
     m_recorder->start(m_mic, folder / "a/b c/ü");
     EXPECT_TRUE(std::filesystem::is_directory(folder / "a/b c/ü"));
+}
+
+TEST_F(RecorderStart, FolderIsForItsOwnerAlone) {
+    TemporaryFolder folder;
+    m_recorder->start(m_mic, folder / "recording");
+    EXPECT_EQ(modeOf(folder / "recording"), 0700U);
+}
+
+TEST_F(RecorderStart, FolderThatExistsKeepsItsMode) {
+    TemporaryFolder folder;
+    std::filesystem::permissions(folder.path(), std::filesystem::perms(0755));
+    m_recorder->start(m_mic, folder.path());
+    EXPECT_EQ(modeOf(folder.path()), 0755U);
 }
 
 TEST_F(RecorderStart, WithoutAFolderWritesNothingAndReportsLevels) {

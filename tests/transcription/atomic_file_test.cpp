@@ -4,12 +4,12 @@
 #include "support/file_size_limit.h"
 #include "support/ordinary_user.h"
 #include "support/temporary_folder.h"
+#include "support/with_umask.h"
 
 #include <atomic>
 #include <cerrno>
 #include <gtest/gtest.h>
 #include <iterator>
-#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -55,14 +55,20 @@ TEST(AtomicFile, KeepsEveryByteOfALongText) {
     EXPECT_TRUE(contentOf(folder / "transcript.txt") == text);
 }
 
-TEST(AtomicFile, HasThePermissionsOfTheUmask) {
+TEST(AtomicFile, IsForItsOwnerAloneWhateverTheUmask) {
+    for (const mode_t mask : testedUmasks) {
+        const TemporaryFolder folder;
+        withUmask(mask, [&] { replaceFileAtomically(folder / "transcript.txt", "words"); });
+        EXPECT_EQ(modeOf(folder / "transcript.txt"), 0600U) << mask;
+    }
+}
+
+TEST(AtomicFile, IsForItsOwnerAloneAlsoInPlaceOfAFileThatWasNot) {
     const TemporaryFolder folder;
-    const mode_t previous = umask(026);
+    writeFile(folder / "transcript.txt", "earlier");
+    std::filesystem::permissions(folder / "transcript.txt", std::filesystem::perms(0644));
     replaceFileAtomically(folder / "transcript.txt", "words");
-    umask(previous);
-    struct stat facts {};
-    ASSERT_EQ(stat((folder / "transcript.txt").c_str(), &facts), 0);
-    EXPECT_EQ(facts.st_mode & 07777, 0640U);
+    EXPECT_EQ(modeOf(folder / "transcript.txt"), 0600U);
 }
 
 TEST(AtomicFile, PathMayHaveSpacesAndNonAsciiLetters) {

@@ -2,9 +2,12 @@
 
 #include "base/debug_log.h"
 #include "base/home_folder.h"
+#include "base/private_files.h"
+#include "platform/posix/file_handle.h"
 
 #include <QStringList>
 #include <cstdlib>
+#include <fcntl.h>
 
 IniSettingsStore::IniSettingsStore(const std::filesystem::path& file)
     : m_settings(QString::fromStdString(file.string()), QSettings::IniFormat) {
@@ -40,6 +43,11 @@ void IniSettingsStore::setBoolean(const std::string& key, bool value) {
 }
 
 void IniSettingsStore::write() {
+    // QSettings replaces the file and gives the new one the permissions of the one before. It would create a
+    // folder, and for a moment a file, with those of the umask.
+    const std::filesystem::path file = m_settings.fileName().toStdString();
+    createPrivateFolder(file.parent_path());
+    FileHandle(openPrivateFile(file, O_WRONLY | O_CREAT));
     m_settings.sync();
     if (m_settings.status() == QSettings::AccessError) logFault("cannot be written");
 }

@@ -5,9 +5,9 @@
 #include <QSettings>
 #include <filesystem>
 
-/// Settings in an INI file. Each change is written at once, a text that is stored already is not. Of a
-/// damaged file counts what can be read; changes of one that cannot be written last as long as the program.
-/// The log says so, once.
+/// Settings in an INI file that only its owner may read; so is its folder when it is created here. Each
+/// change is written at once, a text that is stored already is not. Of a damaged file counts what can be
+/// read; changes of one that cannot be written last as long as the program. The log says so, once.
 class IniSettingsStore final : public SettingsStore {
   public:
     explicit IniSettingsStore(const std::filesystem::path& file);

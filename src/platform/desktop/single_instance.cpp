@@ -2,6 +2,7 @@
 
 #include "base/debug_log.h"
 #include "base/error.h"
+#include "base/private_files.h"
 #include "platform/desktop/instance_adaptors.h"
 #include "platform/desktop/instance_names.h"
 
@@ -120,7 +121,7 @@ SingleInstance::Claim SingleInstance::claimNames() {
 
 SingleInstance::Claim SingleInstance::claimLock() {
     if (m_lockFile.empty()) return Claim::granted;
-    m_lock = FileHandle(open(m_lockFile.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    m_lock = FileHandle(openPrivateFile(m_lockFile, O_RDWR | O_CREAT));
     const auto end = std::chrono::steady_clock::now() + m_patience;
     while (m_lock) {
         if (flock(m_lock.get(), LOCK_EX | LOCK_NB) == 0) return Claim::granted;

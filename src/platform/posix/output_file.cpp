@@ -1,6 +1,7 @@
 #include "platform/posix/output_file.h"
 
 #include "base/error.h"
+#include "base/private_files.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -46,8 +47,10 @@ OutputFile::OutputFile(FileCalls& calls, std::filesystem::path path, FileHandle 
 
 OutputFile OutputFile::create(FileCalls& calls, const std::filesystem::path& path) {
     OutputFile file(calls, path, FileHandle(checked([&] {
-                        return calls.open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+                        return calls.open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC,
+                                          privateFileMode);
                     })));
+    makePrivate(file.m_handle.get());
     try {
         // Waits: only a recovery that has just found the empty file can hold the lock, and it lets go at
         // once.

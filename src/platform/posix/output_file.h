@@ -14,8 +14,8 @@
 /// sync, which may run beside everything else.
 class OutputFile {
   public:
-    /// A new file; what is there already is EEXIST and stays as it is. Where a file system has no locks the
-    /// file is not locked.
+    /// A new file that only its owner may read; what is there already is EEXIST and stays as it is. Where a
+    /// file system has no locks the file is not locked.
     static OutputFile create(FileCalls& calls, const std::filesystem::path& path);
     /// A file that is there, readable, and writable when this process may write it. EWOULDBLOCK while it is
     /// locked; a file that cannot be locked is an error.

@@ -1,6 +1,7 @@
 #include "platform/desktop/ini_settings_store.h"
 #include "support/log_capture.h"
 #include "support/temporary_folder.h"
+#include "support/with_umask.h"
 
 #include <fstream>
 #include <gmock/gmock.h>
@@ -39,6 +40,26 @@ TEST_F(IniSettingsStoreTest, SettingsAreThereAtTheNextLaunchAndAtOnce) {
     const IniSettingsStore next(m_file);
     EXPECT_EQ(next.string("micID"), "alsa_input.usb, 2 \"Räume\"");
     EXPECT_TRUE(next.boolean("transcribe"));
+}
+
+TEST_F(IniSettingsStoreTest, FileAndFolderAreForTheirOwnerAloneWhateverTheUmask) {
+    for (const mode_t mask : testedUmasks) {
+        const std::filesystem::path file = m_folder / std::to_string(mask) / "murmelo.conf";
+        withUmask(mask, [&] { IniSettingsStore(file).setBoolean("transcribe", true); });
+        EXPECT_EQ(modeOf(file.parent_path()), 0700U) << mask;
+        EXPECT_EQ(modeOf(file), 0600U) << mask;
+        EXPECT_TRUE(IniSettingsStore(file).boolean("transcribe")) << mask;
+    }
+}
+
+TEST_F(IniSettingsStoreTest, AnOlderFileBecomesPrivateWithTheNextSettingAndItsFolderStaysAsItIs) {
+    write("transcribe=true\n");
+    std::filesystem::permissions(m_file.parent_path(), std::filesystem::perms(0755));
+    std::filesystem::permissions(m_file, std::filesystem::perms(0644));
+    IniSettingsStore(m_file).setString("micID", "desk");
+    EXPECT_EQ(modeOf(m_file), 0600U);
+    EXPECT_EQ(modeOf(m_file.parent_path()), 0755U);
+    EXPECT_TRUE(IniSettingsStore(m_file).boolean("transcribe"));
 }
 
 TEST_F(IniSettingsStoreTest, NothingRemovesTheKey) {

@@ -3,6 +3,7 @@
 #include "platform/media/media_fixture.h"
 #include "platform/media/mp4_boxes.h"
 #include "support/file_journal.h"
+#include "support/with_umask.h"
 
 #include <chrono>
 #include <fcntl.h>
@@ -171,6 +172,15 @@ TEST_F(Mp4RecoveryTest, TimeOfModificationStays) {
     const auto before = std::filesystem::last_write_time(damaged);
     EXPECT_EQ(recovery.recoverFile(damaged, Mode::mend).state, State::mended);
     EXPECT_EQ(std::filesystem::last_write_time(damaged), before);
+}
+
+TEST_F(Mp4RecoveryTest, PermissionsStay) {
+    for (const mode_t mode : {0600, 0644}) {
+        writeFile(damaged, journal.content(stepsUntilClosing));
+        std::filesystem::permissions(damaged, std::filesystem::perms(mode));
+        EXPECT_EQ(recovery.recoverFile(damaged, Mode::mend).state, State::mended);
+        EXPECT_EQ(modeOf(damaged), mode);
+    }
 }
 
 TEST_F(Mp4RecoveryTest, LockedFileIsInUseAndNotTouched) {
