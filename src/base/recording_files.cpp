@@ -68,6 +68,11 @@ std::filesystem::path recordingsFolder() {
 std::string recordingFolderName(std::chrono::system_clock::time_point start) {
     const std::time_t seconds = std::chrono::system_clock::to_time_t(start);
     std::tm local{};
+    // Of its own accord localtime_r() reads the time zone only once in the life of a process, and a program
+    // that stays in the tray sees the user travel. tzset() reads it anew. Both take a lock of the C library,
+    // so other threads may convert times meanwhile; the variable TZ that it reads never changes while there
+    // are threads.
+    tzset();
     localtime_r(&seconds, &local);
     char text[64];
     std::snprintf(text, sizeof text, "recording-%04d-%02d-%02d-%02d%02d%02d", local.tm_year + 1900,

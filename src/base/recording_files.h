@@ -23,6 +23,6 @@ std::filesystem::path placeOfRecordings();
 /// that then fails says why).
 std::filesystem::path recordingsFolder();
 
-/// "recording-" and the local time as yyyy-MM-dd-HHmmss in ASCII digits. Two starts within a second give the
-/// same name.
+/// "recording-" and the local time as yyyy-MM-dd-HHmmss in ASCII digits, in the time zone that holds at the
+/// time of the call. Two starts within a second give the same name. Any thread.
 std::string recordingFolderName(std::chrono::system_clock::time_point start);

@@ -5,7 +5,6 @@
 #include "support/temporary_folder.h"
 #include "support/with_umask.h"
 
-#include <ctime>
 #include <gtest/gtest.h>
 
 namespace {
@@ -82,9 +81,18 @@ TEST(RecordingsFolder, IsReturnedEvenWhenItCannotBeCreated) {
 
 TEST(RecordingFolderName, IsTheLocalTimeInAsciiDigits) {
     ScopedEnvironment zone("TZ", "CET-1");
-    tzset();
     EXPECT_EQ(recordingFolderName(std::chrono::system_clock::from_time_t(1741353302)),
               "recording-2025-03-07-141502");
+}
+
+TEST(RecordingFolderName, FollowsATimeZoneThatChangesWhileTheProgramRuns) {
+    const auto start = std::chrono::system_clock::from_time_t(1741353302);
+    {
+        ScopedEnvironment zone("TZ", "UTC0");
+        EXPECT_EQ(recordingFolderName(start), "recording-2025-03-07-131502");
+    }
+    ScopedEnvironment zone("TZ", "EST5");
+    EXPECT_EQ(recordingFolderName(start), "recording-2025-03-07-081502");
 }
 
 TEST(RecordingFolderName, IsTheSameWithinOneSecond) {
