@@ -4,8 +4,9 @@
 #include "base/recording_files.h"
 #include "cli/arguments.h"
 #include "cli/output.h"
+#include "cli/readable_recordings.h"
 
-#include <algorithm>
+#include <cstddef>
 #include <cstdio>
 
 namespace {
@@ -40,6 +41,7 @@ std::string asJson(const std::vector<RecoveredFile>& files) {
         Json::Object entry{{"path", file.path.string()}, {"state", name(file.state)}};
         if (hasLength(file)) entry.emplace_back("seconds", file.seconds);
         if (!file.reason.empty()) entry.emplace_back("reason", file.reason);
+        entry.emplace_back("readableByOthers", isReadableByOthers(file.path));
         list.push_back(std::move(entry));
     }
     return jsonResult(std::move(list));
@@ -54,6 +56,26 @@ std::string asTable(const std::vector<RecoveredFile>& files) {
         table += columns + file.path.string() + (file.reason.empty() ? "" : "  " + file.reason) + "\n";
     }
     return table;
+}
+
+std::string count(std::ptrdiff_t number, const std::string& things) {
+    return number == 1 ? "One " + things : std::to_string(number) + " " + things + "s";
+}
+
+/// Empty when nothing failed.
+std::string failureText(const std::vector<RecoveredFile>& files) {
+    std::ptrdiff_t failedFolders = 0;
+    std::ptrdiff_t failedFiles = 0;
+    for (const RecoveredFile& file : files) {
+        if (file.state != State::failed) continue;
+        std::error_code ignored;
+        ++(std::filesystem::is_directory(file.path, ignored) ? failedFolders : failedFiles);
+    }
+    std::string text;
+    if (failedFolders > 0) text = count(failedFolders, "folder") + " could not be read.";
+    if (failedFiles > 0)
+        text += (text.empty() ? "" : " ") + count(failedFiles, "file") + " could not be mended.";
+    return text;
 }
 
 } // namespace
@@ -79,10 +101,11 @@ ExitStatus recoverCommand(int argc, char** argv, RecordingRecovery& recovery) {
         const std::vector<RecoveredFile> found = recovery.recover(folder, mode);
         files.insert(files.end(), found.begin(), found.end());
     }
-    const ExitStatus printed = printResult(arguments.has("json") ? asJson(files) : asTable(files));
-    const auto failed = std::count_if(files.begin(), files.end(),
-                                      [](const RecoveredFile& file) { return file.state == State::failed; });
-    if (printed != ExitStatus::done || failed == 0) return printed;
-    return reportFailure(failed == 1 ? "One file could not be mended."
-                                     : std::to_string(failed) + " files could not be mended.");
+    const bool json = arguments.has("json");
+    const ExitStatus printed = printResult(json ? asJson(files) : asTable(files));
+    if (printed != ExitStatus::done) return printed;
+    if (const std::string notice = readableRecordingsNotice(files); !json && !notice.empty())
+        std::fputs((notice + "\n").c_str(), stderr);
+    const std::string failures = failureText(files);
+    return failures.empty() ? ExitStatus::done : reportFailure(failures);
 }

@@ -18,7 +18,8 @@ Usage:
       Writes transcript.txt for the recording in FOLDER and prints its path.
   murmelo recover [FOLDER…] [--dry-run] [--json]
       Mends recordings whose program was killed or lost its power: those in the FOLDERs, or all in your music
-      folder. With --dry-run it only looks. It never deletes, and never touches a file that is in use.
+      folder. With --dry-run it only looks. It never deletes, and never touches a file that is in use. It says how
+      many recordings other users can read.
   murmelo mics [--json]
       Lists the microphones; the automatic choice is marked with *.
   murmelo models [--json]

@@ -3,7 +3,9 @@
 #include "support/command_run.h"
 #include "support/environment.h"
 #include "support/temporary_folder.h"
+#include "support/with_umask.h"
 
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <optional>
 #include <string>
@@ -63,12 +65,14 @@ TEST_F(RecoverCommandTest, JsonIsForScripts) {
   {
     "path": "/r/voice.m4a",
     "state": "mended",
-    "seconds": 754.5
+    "seconds": 754.5,
+    "readableByOthers": false
   },
   {
     "path": "/r/mix.m4a",
     "state": "foreign",
-    "reason": "It is empty."
+    "reason": "It is empty.",
+    "readableByOthers": false
   }
 ]
 )");
@@ -81,6 +85,91 @@ TEST_F(RecoverCommandTest, FileThatCouldNotBeMendedIsAFailure) {
     EXPECT_EQ(errors, "One file could not be mended.\n");
     EXPECT_EQ(run({folder.path(), folder.path()}), ExitStatus::failed);
     EXPECT_EQ(errors, "2 files could not be mended.\n");
+}
+
+TEST_F(RecoverCommandTest, FolderThatCannotBeReadIsAFailureOfItsOwn) {
+    recovery.files = {{folder.path(), State::failed, 0, "Permission denied"},
+                      {"/r/voice.m4a", State::failed, 0, "Permission denied"}};
+    EXPECT_EQ(run({folder.path()}), ExitStatus::failed);
+    EXPECT_EQ(errors, "One folder could not be read. One file could not be mended.\n");
+}
+
+class ReadableRecordings : public RecoverCommandTest {
+  protected:
+    /// A recording as earlier versions made it, or with other permissions.
+    std::filesystem::path recording(const std::string& name, int folderMode = 0755, int fileMode = 0644) {
+        const std::filesystem::path place = folder / name;
+        std::filesystem::create_directories(place);
+        for (const char* file : {"voice.m4a", "system.m4a", "mix.m4a"}) {
+            add(place / file, fileMode);
+            recovery.files.push_back({place / file, State::whole, 60});
+        }
+        std::filesystem::permissions(place, std::filesystem::perms(folderMode));
+        return place;
+    }
+    void add(const std::filesystem::path& file, int mode) {
+        writeFile(file, "sound");
+        std::filesystem::permissions(file, std::filesystem::perms(mode));
+    }
+    std::string notice() {
+        EXPECT_EQ(run({folder.path()}), ExitStatus::done);
+        return errors;
+    }
+    std::string inFolder(const std::string& name) { return "'" + (folder / name).string() + "'"; }
+};
+
+TEST_F(ReadableRecordings, AreCountedAndTheCommandNamesThemAll) {
+    recording("recording-2026-01-02-030405");
+    recording("recording-2026-01-02-030406");
+    recording("Mother's call", 0750, 0640);
+    EXPECT_EQ(notice(), "3 recordings can be read by other users; to change that: chmod -R go= '" +
+                            folder.path().string() + "'/recording-* '" + (folder / "Mother").string() +
+                            "'\\''s call'\n");
+}
+
+TEST_F(ReadableRecordings, TheCommandOfTheNoticeMakesThemPrivate) {
+    const std::filesystem::path first = recording("recording-2026-01-02-030405");
+    recording("recording-2026-01-02-030406");
+    recording("Mother's call");
+    const std::string said = notice();
+    ASSERT_EQ(std::system(said.substr(said.find("chmod")).c_str()), 0);
+    EXPECT_EQ(modeOf(first), 0700U);
+    EXPECT_EQ(modeOf(first / "voice.m4a"), 0600U);
+    EXPECT_EQ(notice(), "");
+}
+
+TEST_F(ReadableRecordings, ASingleOneIsNamed) {
+    recording("recording-2026-01-02-030405");
+    recording("recording-2026-01-02-030406", 0700, 0600);
+    EXPECT_EQ(notice(), "One recording can be read by other users; to change that: chmod -R go= " +
+                            inFolder("recording-2026-01-02-030405") + "\n");
+}
+
+TEST_F(ReadableRecordings, AFolderThatOnlyItsOwnerMayEnterProtectsItsFiles) {
+    recording("a", 0700, 0644);
+    recording("b", 0755, 0600);
+    recording("c", 0710, 0604);
+    EXPECT_EQ(notice(), "");
+}
+
+TEST_F(ReadableRecordings, ATranscriptIsPartOfTheRecording) {
+    add(recording("a", 0755, 0600) / "transcript.txt", 0644);
+    EXPECT_EQ(notice(), "One recording can be read by other users; to change that: chmod -R go= " +
+                            inFolder("a") + "\n");
+}
+
+TEST_F(ReadableRecordings, AreAFieldOfEachFileForScriptsAndNoSentence) {
+    recording("a");
+    EXPECT_EQ(run({"--json", folder.path()}), ExitStatus::done);
+    EXPECT_NE(output.find("\"readableByOthers\": true"), std::string::npos);
+    EXPECT_EQ(output.find("\"readableByOthers\": false"), std::string::npos);
+    EXPECT_EQ(errors, "");
+}
+
+TEST_F(ReadableRecordings, FilesOfOthersAreNotCounted) {
+    recording("a");
+    for (RecoveredFile& file : recovery.files) file.state = State::foreign;
+    EXPECT_EQ(notice(), "");
 }
 
 TEST_F(RecoverCommandTest, WithoutANameItIsTheFolderOfRecordingsWhichIsNotMade) {
