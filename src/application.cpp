@@ -12,6 +12,7 @@
 #include "platform/desktop/desktop_notices.h"
 #include "platform/desktop/desktop_workspace.h"
 #include "platform/desktop/ini_settings_store.h"
+#include "platform/desktop/journal_console.h"
 #include "platform/desktop/qt_main_queue.h"
 #include "platform/desktop/single_instance.h"
 #include "platform/desktop/termination_notifier.h"
@@ -217,6 +218,7 @@ ExitStatus runApplication(int argc, char** argv, const TerminationSignals& signa
                 "There is no desktop here to appear on. “murmelo record” records on the terminal.");
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
+    if (!isSelfTest) DebugLog::replaceConsole(journalConsole());
     const std::future<int> fonts =
         std::async(std::launch::async, FcInit); // reads all that there is about fonts
     QApplication qt(argc, argv);

@@ -2,7 +2,9 @@
 
 #include "application.h"
 #include "backends.h"
+#include "base/debug_log.h"
 #include "base/error.h"
+#include "cli/arguments.h"
 #include "cli/mics_command.h"
 #include "cli/model_installation_job.h"
 #include "cli/models_command.h"
@@ -65,6 +67,7 @@ int run(int argc, char** argv) {
     if (first.empty()) return status(runApplication(argc, argv, signals));
     for (const char* name : {"record", "transcribe", "mics", "models", "recover", "toggle", "status"}) {
         if (first != name) continue;
+        if (!wantsLog(argc - 1, argv + 1)) DebugLog::replaceConsole({});
         try {
             return status(runSubcommand(first, argc - 1, argv + 1, signals));
         } catch (const Error& error) { // it could not even begin

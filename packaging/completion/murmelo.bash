@@ -24,10 +24,11 @@ _murmelo() {
   esac
   local options=''
   case ${COMP_WORDS[1]} in
-    record) options='--seconds --mic --folder --transcribe --json' ;;
-    transcribe | mics | status) options='--json' ;;
-    models) options='--from --json' ;;
-    recover) options='--dry-run --json' ;;
+    record) options='--seconds --mic --folder --transcribe --json --verbose' ;;
+    transcribe | mics | status) options='--json --verbose' ;;
+    models) options='--from --json --verbose' ;;
+    recover) options='--dry-run --json --verbose' ;;
+    toggle) options='--verbose' ;;
   esac
   if [[ $current == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$options" -- "$current")

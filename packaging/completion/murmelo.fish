@@ -24,6 +24,7 @@ complete -c murmelo -n '__fish_seen_subcommand_from record' -l folder -x -a '(__
 complete -c murmelo -n '__fish_seen_subcommand_from record' -l transcribe -d 'Write the transcript too'
 complete -c murmelo -n '__fish_seen_subcommand_from recover' -l dry-run -d 'Only look'
 complete -c murmelo -n '__fish_seen_subcommand_from record transcribe recover mics models status' -l json -d 'Print the result for scripts'
+complete -c murmelo -n 'not __fish_use_subcommand' -l verbose -d 'Show the log'
 complete -c murmelo -n '__fish_seen_subcommand_from transcribe recover' -a '(__fish_complete_directories)'
 complete -c murmelo -n '__fish_seen_subcommand_from models; and not __fish_seen_subcommand_from install remove' -a 'install remove'
 complete -c murmelo -n '__fish_seen_subcommand_from models; and __fish_seen_subcommand_from install remove' -a '(__murmelo_models)'

@@ -75,7 +75,7 @@ void DebugLog::log(std::string_view message) noexcept {
         const std::shared_lock lock(s.inUse);
         const std::string line = timestamp(s.surroundings.now()) + " " + std::string(message) + "\n";
         if (!append(s.url, line)) create(s.url, line);
-        s.surroundings.console(message);
+        if (s.surroundings.console) s.surroundings.console(message);
     } catch (...) { // out of memory: a log line is not worth a recording
         return;
     }
@@ -93,7 +93,21 @@ DebugLog::Surroundings DebugLog::replaceSurroundings(Surroundings next) {
     return std::exchange(s.surroundings, std::move(next));
 }
 
+DebugLog::Console DebugLog::replaceConsole(Console next) {
+    State& s = state();
+    const std::unique_lock lock(s.inUse);
+    return std::exchange(s.surroundings.console, std::move(next));
+}
+
+bool DebugLog::hasConsole() {
+    const std::shared_lock lock(state().inUse);
+    return static_cast<bool>(state().surroundings.console);
+}
+
+void DebugLog::writeToStandardError(std::string_view message) {
+    writeAll(STDERR_FILENO, std::string(message) + "\n");
+}
+
 DebugLog::Surroundings DebugLog::systemSurroundings() {
-    return {homeFolder(), [] { return std::chrono::system_clock::now(); },
-            [](std::string_view message) { writeAll(STDERR_FILENO, std::string(message) + "\n"); }};
+    return {homeFolder(), [] { return std::chrono::system_clock::now(); }, writeToStandardError};
 }

@@ -6,7 +6,8 @@
 #include <vector>
 
 /// The arguments of one subcommand after the GNU conventions: long options anywhere, "--option=value" or
-/// "--option value", "--" ends the options.
+/// "--option value", "--" ends the options. Every subcommand takes "--verbose" besides its own options; what
+/// it does is not the subcommand's business (see wantsLog).
 class Arguments {
   public:
     enum class Value { none, required };
@@ -29,3 +30,8 @@ class Arguments {
     std::map<std::string, std::string> m_values;
     std::vector<std::string> m_operands;
 };
+
+/// Whether "--verbose" is among the arguments of a subcommand, of which argv[0] is the name: the log is then
+/// to be shown on standard error. Can be asked before the subcommand's own options are known, and leaves argv
+/// as it is.
+bool wantsLog(int argc, char** argv);

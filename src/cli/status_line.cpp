@@ -16,16 +16,15 @@ void write(const std::string& text) {
 } // namespace
 
 StatusLine::StatusLine() : m_onTerminal(isatty(STDERR_FILENO) != 0) {
-    if (!m_onTerminal) return;
-    DebugLog::Surroundings log = DebugLog::systemSurroundings();
-    log.console = [this](std::string_view message) { printAbove(message); };
-    m_previousLog = DebugLog::replaceSurroundings(std::move(log));
+    m_showsLog = m_onTerminal && DebugLog::hasConsole();
+    if (m_showsLog)
+        m_previousConsole =
+            DebugLog::replaceConsole([this](std::string_view message) { printAbove(message); });
 }
 
 StatusLine::~StatusLine() {
-    if (!m_onTerminal) return;
-    DebugLog::replaceSurroundings(std::move(m_previousLog));
-    write(clearLine);
+    if (m_showsLog) DebugLog::replaceConsole(std::move(m_previousConsole));
+    if (m_onTerminal) write(clearLine);
 }
 
 void StatusLine::show(const std::string& text) {

@@ -7,8 +7,9 @@
 #include <string>
 #include <string_view>
 
-/// One line at the bottom of the terminal that is drawn again and again; notices and log lines appear above
-/// it. Where standard error is no terminal only the notices are written.
+/// One line at the bottom of the terminal that is drawn again and again. Notices appear above it, and so do
+/// log lines if the log has a console. Where standard error is no terminal only the notices are written, and
+/// the log's console stays as it is.
 class StatusLine final : public Notices {
   public:
     StatusLine();
@@ -26,5 +27,6 @@ class StatusLine final : public Notices {
     const bool m_onTerminal;
     std::mutex m_mutex;
     std::string m_text; // guarded by m_mutex
-    DebugLog::Surroundings m_previousLog;
+    bool m_showsLog = false;
+    DebugLog::Console m_previousConsole; // when it shows the log
 };

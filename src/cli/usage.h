@@ -34,6 +34,7 @@ Usage:
       Tells whether that one records, for how long, from which microphone, and where its last recording is.
   murmelo --help, murmelo --version
 
---json prints the result for scripts. Exit status: 0 done, 1 failed (the reason is the last line on standard
+--json prints the result for scripts. Every subcommand takes --verbose, which shows the log on standard error;
+the file debug.log has it in any case. Exit status: 0 done, 1 failed (the reason is the last line on standard
 error), 2 wrong usage.
 )";

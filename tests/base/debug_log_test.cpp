@@ -113,6 +113,20 @@ TEST(DebugLog, FormatCharactersAreJustText) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "100%s %n\n");
 }
 
+TEST(DebugLog, WithoutAConsoleTheFileGetsEveryLineAllTheSame) {
+    LogCapture capture;
+    EXPECT_TRUE(DebugLog::hasConsole());
+    const DebugLog::Console previous = DebugLog::replaceConsole({});
+    EXPECT_FALSE(DebugLog::hasConsole());
+    testing::internal::CaptureStderr();
+    DebugLog::log("quiet");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    DebugLog::replaceConsole(previous);
+    DebugLog::log("shown");
+    EXPECT_EQ(contentOf(DebugLog::url()), stamp + "quiet\n" + stamp + "shown\n");
+    EXPECT_EQ(capture.messages(), std::vector<std::string>{"shown"});
+}
+
 TEST(DebugLog, LinesOfSeveralThreadsStayWhole) {
     LogCapture capture;
     DebugLog::log("first");

@@ -110,7 +110,7 @@ class SpeechModels(TestCase):
                                 stdout=subprocess.PIPE, stderr=subprocess.PIPE, env={**os.environ, **self.env})
 
     def transcript_of(self, recording):
-        result = self.murmelo("transcribe", recording)
+        result = self.murmelo("transcribe", "--verbose", recording)
         self.assertEqual(result.returncode, 0, result.stderr)
         return result.stderr, (recording / "transcript.txt").read_text()
 

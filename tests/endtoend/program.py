@@ -122,13 +122,13 @@ def worker_processes():
 
 
 class Recording:
-    """A running “murmelo record”; standard error is read from a file while it runs."""
+    """A running “murmelo record --verbose”; standard error is read from a file while it runs."""
 
     def __init__(self, *arguments, log, **options):
         self.log = pathlib.Path(log)
         with self.log.open("w") as stderr:
-            self.process = subprocess.Popen([PROGRAM, "record", *map(str, arguments)], text=True, stderr=stderr,
-                                            stdin=subprocess.DEVNULL, **{"stdout": subprocess.PIPE, **options})
+            self.process = subprocess.Popen([PROGRAM, "record", "--verbose", *map(str, arguments)], text=True,
+                                            stderr=stderr, stdin=subprocess.DEVNULL, **{"stdout": subprocess.PIPE, **options})
 
     def until_said(self, text):
         wait_for(lambda: text in self.log.read_text() or self.process.poll() is not None, f"“{text}”")

@@ -7,6 +7,7 @@ import pathlib
 import re
 import shutil
 import signal
+import stat
 import subprocess
 import time
 
@@ -28,7 +29,7 @@ class Usage(TestCase):
         result = run("--help")
         self.assertEqual((result.returncode, result.stderr), (0, ""))
         for word in ["murmelo record", "murmelo transcribe", "murmelo recover", "murmelo mics", "murmelo toggle",
-                     "murmelo status", "--json", "--seconds", "--folder"]:
+                     "murmelo status", "--json", "--verbose", "--seconds", "--folder"]:
             self.assertIn(word, result.stdout)
 
     def test_version_is_one_line(self):
@@ -84,7 +85,7 @@ class Recordings(TestCase):
         self.assert_nothing_left()
 
     def test_log_tells_the_whole_story_in_order(self):
-        result = run("record", "--seconds", "3.5", "--folder", self.work / "r")
+        result = run("record", "--verbose", "--seconds", "3.5", "--folder", self.work / "r")
         expected = [r"\[rec\] capture session configured for Virtual Microphone preview=false",
                     r"\[rec\] startRunning took \d+\.\d\ds running=true",
                     r"\[rec\] first MIC callback",
@@ -128,10 +129,25 @@ class Recordings(TestCase):
             self.assertEqual(decoded_frames(folder / "voice.m4a"), decoded_frames(folder / "mix.m4a"))
         self.assert_nothing_left()
 
-    def test_terminal_shows_levels_and_time_below_the_log(self):
+    def test_terminal_shows_levels_and_time_and_no_line_of_the_log(self):
         shown = run_on_terminal(PROGRAM, "record", "--seconds=1", "--folder", self.work / "r")
         self.assertIn("\r\x1b[KRecording 00:00  You ", shown)
+        self.assertNotIn("\n", shown)
+
+    def test_terminal_shows_levels_and_time_below_the_log_when_it_is_asked_for(self):
+        shown = run_on_terminal(PROGRAM, "record", "--seconds=1", "--verbose", "--folder", self.work / "r")
+        self.assertIn("\r\x1b[KRecording 00:00  You ", shown)
         self.assertIn("\r\x1b[K[rec] stopped;", shown)
+
+    def test_says_nothing_but_its_result_and_the_file_has_the_log_all_the_same(self):
+        result = run("record", "--seconds=1", "--folder", self.work / "r", env={"HOME": str(self.work)})
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        self.assertIn(" [rec] stopped; ", (self.work / "Music/Murmelo/debug.log").read_text())
+
+    def test_every_subcommand_takes_verbose(self):
+        for arguments in (["mics"], ["models"], ["recover", self.work], ["status"], ["toggle"],
+                          ["transcribe", self.work]):
+            self.assertNotEqual(run(*arguments, "--verbose").returncode, 2, arguments)
 
     def test_result_that_cannot_be_printed_leaves_the_recording_whole(self):
         with open("/dev/full", "w") as full:
@@ -140,6 +156,59 @@ class Recordings(TestCase):
         self.assertEqual(last_line(recording.log.read_text()),
                          "Could not write to standard output: No space left on device.")
         self.assertEqual(decoded_frames(self.work / "r/voice.m4a"), decoded_frames(self.work / "r/mix.m4a"))
+
+
+class Privacy(TestCase):
+    """What is made is for its owner alone, whatever the umask."""
+
+    def modes(self, place):
+        """Of all that is below it: relative path -> permissions."""
+        return {str(path.relative_to(place)): stat.S_IMODE(path.stat().st_mode) for path in place.rglob("*")}
+
+    def assert_private(self, place, files):
+        modes = self.modes(place)
+        self.assertEqual({path for path in modes if (place / path).is_file()}, set(files))
+        for path, mode in modes.items():
+            self.assertEqual(oct(mode), oct(0o700 if (place / path).is_dir() else 0o600), path)
+
+    def test_recording_and_log(self):
+        for umask in (0, 0o077):
+            home = self.work / f"home {umask}"
+            home.mkdir(mode=0o755)
+            home.chmod(0o755)
+            result = run("record", "--seconds=1", umask=umask, env={"HOME": str(home), "XDG_CONFIG_HOME": str(home)})
+            self.assertEqual(result.returncode, 0, result.stderr)
+            recording = pathlib.Path(result.stdout.splitlines()[0]).parent.relative_to(home)
+            self.assert_private(home, [*(str(recording / name) for name in FILES), "Music/Murmelo/debug.log"])
+            self.assertEqual(stat.S_IMODE(home.stat().st_mode), 0o755)
+
+    def test_recording_that_was_killed_and_recovered(self):
+        for umask in (0, 0o077):
+            place = self.work / f"place {umask}"
+            recording = Recording("--folder", place / "r", log=self.work / "log", umask=umask)
+            recording.until_said("[rec] 3s:").end(signal.SIGKILL)
+            recovered = run("recover", place, umask=umask)
+            self.assertEqual((recovered.stdout.count("mended"), recovered.stderr), (3, ""))
+            self.assert_private(place, [f"r/{name}" for name in FILES])
+
+    def test_folder_that_exists_keeps_its_mode(self):
+        folder = self.work / "r"
+        folder.mkdir()
+        folder.chmod(0o755)
+        self.assertEqual(run("record", "--seconds=1", "--folder", folder, umask=0).returncode, 0)
+        self.assertEqual(oct(stat.S_IMODE(folder.stat().st_mode)), oct(0o755))
+        self.assert_private(folder, FILES)
+
+    def test_recordings_of_earlier_versions_are_left_as_they_are_and_counted(self):
+        folder = self.work / "r"
+        self.assertEqual(run("record", "--seconds=1", "--folder", folder).returncode, 0)
+        folder.chmod(0o755)
+        for name in FILES:
+            (folder / name).chmod(0o644)
+        before = self.modes(self.work)
+        said = run("recover", self.work).stderr
+        self.assertEqual(said, f"One recording can be read by other users; to change that: chmod -R go= '{folder}'\n")
+        self.assertEqual(self.modes(self.work), before)
 
 
 class Endings(TestCase):

@@ -156,7 +156,8 @@ class BrokenEngine(TestCase):
         worker.chmod(0o755)
 
     def assert_tracks_failed(self, pattern):
-        result = run("transcribe", self.recording, program=self.program)
+        self.assertEqual(run("transcribe", self.recording, program=self.program).stderr, NOTHING + "\n")
+        result = run("transcribe", "--verbose", self.recording, program=self.program)
         self.assert_failed(result, NOTHING)
         for track in ("voice.m4a", "system.m4a"):
             self.assertRegex(result.stderr, rf"\[ts\] {track} failed: Error Domain=engine Code=\d+ \"{pattern}\"")
@@ -218,9 +219,11 @@ class BrokenEngine(TestCase):
     def test_one_good_track_is_kept(self):
         self.use_worker('case "$*" in *voice*) exit 1;; esac\n'
                         'echo \'{"start": 1.5, "end": 2.0, "text": "Hello"}\'; echo \'{"lastSampleTime": 4.0}\'')
-        result = run("transcribe", self.recording, program=self.program)
+        result = run("transcribe", self.recording, program=self.program, umask=0)
         self.assertEqual(result.returncode, 0, result.stderr)
-        self.assertEqual(pathlib.Path(result.stdout.strip()).read_text(), "[00:01] Audio: Hello")
+        transcript = pathlib.Path(result.stdout.strip())
+        self.assertEqual(transcript.read_text(), "[00:01] Audio: Hello")
+        self.assertEqual(oct(transcript.stat().st_mode), oct(0o100600))
 
 
 if __name__ == "__main__":
