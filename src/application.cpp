@@ -8,6 +8,7 @@
 #include "base/recording_files.h"
 #include "cli/output.h"
 #include "face.h"
+#include "platform/desktop/activation_token.h"
 #include "platform/desktop/desktop_mic_authorization.h"
 #include "platform/desktop/desktop_notices.h"
 #include "platform/desktop/desktop_workspace.h"
@@ -216,8 +217,9 @@ ExitStatus runApplication(int argc, char** argv, const TerminationSignals& signa
         if (!isSelfTest)
             return reportFailure(
                 "There is no desktop here to appear on. “murmelo record” records on the terminal.");
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+        qputenv("QT_QPA_PLATFORM", "offscreen"); // there is no other thread yet
     }
+    reserveActivationToken();
     if (!isSelfTest) DebugLog::replaceConsole(journalConsole());
     const std::future<int> fonts =
         std::async(std::launch::async, FcInit); // reads all that there is about fonts
