@@ -149,7 +149,8 @@ class InstalledTree(unittest.TestCase):
     def test_bash_completes(self):
         self.assertEqual(self.completed("re"), ["record", "recover"])
         self.assertEqual(self.completed("record", "--s"), ["--seconds"])
-        self.assertEqual(self.completed("status", "--"), ["--json"])
+        self.assertEqual(self.completed("status", "--"), ["--json", "--verbose"])
+        self.assertEqual(self.completed("toggle", "--"), ["--verbose"])
         self.assertEqual(self.completed("recover", "--d"), ["--dry-run"])
         self.assertEqual(self.completed("models", "in"), ["install"])
         self.assertEqual(self.completed("models", "--f"), ["--from"])
