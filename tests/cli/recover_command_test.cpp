@@ -98,7 +98,7 @@ class ReadableRecordings : public RecoverCommandTest {
   protected:
     /// A recording as earlier versions made it, or with other permissions.
     std::filesystem::path recording(const std::string& name, int folderMode = 0755, int fileMode = 0644) {
-        const std::filesystem::path place = folder / name;
+        std::filesystem::path place = folder / name;
         std::filesystem::create_directories(place);
         for (const char* file : {"voice.m4a", "system.m4a", "mix.m4a"}) {
             add(place / file, fileMode);

@@ -10,7 +10,6 @@
 
 namespace {
 
-using testing::ElementsAre;
 using testing::UnorderedElementsAre;
 
 struct FakeJournal {
@@ -24,6 +23,7 @@ FakeJournal* journal = nullptr;
 /// In place of libsystemd's function of this name, which the linker then does not take.
 extern "C" int sd_journal_sendv(const iovec* fields, int count) {
     std::vector<std::string> entry;
+    entry.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i)
         entry.emplace_back(static_cast<const char*>(fields[i].iov_base), fields[i].iov_len);
     if (journal->result == 0) journal->entries.push_back(std::move(entry));
