@@ -79,9 +79,11 @@ class Unpacking {
             } else {
                 makeFolder(target.parent_path());
                 unpackFile(target);
+                ++m_files;
             }
         }
         if (m_names == 0) throw refusal("it is empty");
+        if (m_files == 0) throw refusal("it holds no file");
     }
 
   private:
@@ -120,6 +122,7 @@ class Unpacking {
     ArchiveReader m_reader;
     std::vector<char> m_piece;
     std::ptrdiff_t m_names = 0;
+    int m_files = 0;
     std::uint64_t m_unpacked = 0;
 };
 

@@ -17,8 +17,8 @@ struct UnpackingLimits {
 /// the disk.
 ///
 /// Only files and folders, with the permissions of the user's umask, and only inside the folder: an archive
-/// with an absolute path, with "..", with a link or a device is refused, as is one beyond the limits. Reports
-/// how many bytes of the archive were read. Throws Error "models"; the folder may then hold anything, and
-/// nothing outside it has changed. A stop request ends it within a second.
+/// with an absolute path, with "..", with a link or a device is refused, as is one without any file or beyond
+/// the limits. Reports how many bytes of the archive were read. Throws Error "models"; the folder may then
+/// hold anything, and nothing outside it has changed. A stop request ends it within a second.
 void unpackArchive(LocalFile& file, const std::filesystem::path& folder, const UnpackingLimits& limits,
                    const std::function<void(std::uint64_t)>& onRead, const std::stop_token& stop);

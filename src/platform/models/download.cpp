@@ -240,6 +240,6 @@ void download(const DownloadSource& source, LocalFile& file, const DownloadLimit
         if (++redirects > limits.redirects)
             throw networkError(url.host + " redirects more than " + std::to_string(limits.redirects) +
                                " times.");
-        url = ModelUrl(request.target());
+        url = url.redirected(request.target());
     }
 }

@@ -61,10 +61,15 @@ class AsideFolder {
 
 /// Archives usually hold one folder, and everything in that.
 std::filesystem::path innermost(const std::filesystem::path& folder) {
-    std::filesystem::directory_iterator entry(folder);
-    const std::filesystem::path first = entry->path();
-    const bool isFolder = entry->is_directory();
-    return isFolder && ++entry == std::filesystem::directory_iterator() ? first : folder;
+    std::error_code error;
+    std::filesystem::directory_iterator entry(folder, error);
+    std::filesystem::path whole = folder;
+    if (!error && entry != std::filesystem::directory_iterator() && entry->is_directory(error)) {
+        const std::filesystem::path first = entry->path();
+        if (entry.increment(error) == std::filesystem::directory_iterator()) whole = first;
+    }
+    if (error) throw diskError(folder, error.value());
+    return whole;
 }
 
 } // namespace

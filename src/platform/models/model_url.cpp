@@ -26,8 +26,17 @@ ModelUrl::ModelUrl(const std::string& address) : text(address) {
         throw modelError(ModelFailure::network, "“" + address + "” is no address of a speech model.");
     host = part(url.get(), CURLUPART_HOST);
     const std::string scheme = part(url.get(), CURLUPART_SCHEME);
-    isLocal = scheme == "http" && isLoopback(host);
+    isThisMachine = isLoopback(host);
+    isLocal = scheme == "http" && isThisMachine;
     if (scheme != "https" && !isLocal)
         throw modelError(ModelFailure::network,
                          "“" + address + "” is refused: speech models come over https only.");
+}
+
+ModelUrl ModelUrl::redirected(const std::string& target) const {
+    ModelUrl next(target);
+    if (next.isThisMachine && !isThisMachine)
+        throw modelError(ModelFailure::network,
+                         "“" + target + "” is refused: another machine redirects to this one.");
+    return next;
 }

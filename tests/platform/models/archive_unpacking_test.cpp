@@ -135,6 +135,12 @@ TEST_F(ArchiveUnpacking, AnEmptyArchiveIsRefused) {
     EXPECT_EQ(refusalOf(TarArchive().bytes()), refused + "it is empty.");
 }
 
+TEST_F(ArchiveUnpacking, AnArchiveWithoutAnyFileIsRefused) {
+    EXPECT_EQ(refusalOf(TarArchive().addFolder("./").bytes()), refused + "it holds no file.");
+    EXPECT_EQ(refusalOf(TarArchive().addFolder("model/").addFolder("model/deep/").bytes()),
+              refused + "it holds no file.");
+}
+
 TEST_F(ArchiveUnpacking, OneNameTwiceIsAnError) {
     const std::string archive = TarArchive().addFile("a", "first").addFile("a", "second").bytes();
     EXPECT_THROW(unpack(archive), Error);

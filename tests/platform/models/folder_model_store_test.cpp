@@ -235,6 +235,15 @@ TEST_F(FolderModelStoreTest, AnArchiveThatLeavesItsFolderInstallsNothing) {
     EXPECT_FALSE(std::filesystem::exists(models.parent_path() / "outside"));
 }
 
+TEST_F(FolderModelStoreTest, AnArchiveWithoutAnyFileInstallsNothing) {
+    for (const std::string folders : {"./", "sherpa-small/"}) {
+        setDownload(TarArchive().addFolder(folders).bytes());
+        EXPECT_EQ(installFailure(ModelFailure::archive),
+                  "The archive of the speech model is refused: it holds no file.");
+        EXPECT_FALSE(isInstalled());
+    }
+}
+
 TEST_F(FolderModelStoreTest, ABombInstallsNothing) {
     setDownload(TarArchive().addZeros("m/model.onnx", 64 << 20).bytes());
     EXPECT_THAT(installFailure(ModelFailure::archive), HasSubstr("far larger than a model"));
