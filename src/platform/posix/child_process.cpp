@@ -29,19 +29,20 @@ void checkSpawn(int errorNumber) {
     if (errorNumber != 0) throw Error::posix(errorNumber);
 }
 
-/// Away from 0, 1 and 2, which are free when our own standard streams are closed: the child's copies go
-/// there.
-FileHandle aboveStandard(FileHandle handle) {
-    if (handle.get() > STDERR_FILENO) return handle;
-    return FileHandle(checked(::fcntl(handle.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1)));
+/// Away from the numbers that the child's copies get: one copy would take the place of what is to be copied
+/// next. 0, 1 and 2 are free when our own standard streams are closed.
+FileHandle notBelow(int lowest, FileHandle handle) {
+    if (handle.get() >= lowest) return handle;
+    return FileHandle(checked(::fcntl(handle.get(), F_DUPFD_CLOEXEC, lowest)));
 }
 
-Pipe makePipe() {
+/// Both ends not below that number.
+Pipe makePipe(int lowest) {
     int ends[2];
     checked(::pipe2(ends, O_CLOEXEC));
     FileHandle readEnd(ends[0]);
     FileHandle writeEnd(ends[1]);
-    return {aboveStandard(std::move(readEnd)), aboveStandard(std::move(writeEnd))};
+    return {notBelow(lowest, std::move(readEnd)), notBelow(lowest, std::move(writeEnd))};
 }
 
 class FileActions {
@@ -98,10 +99,13 @@ void setNonBlocking(const FileHandle& handle) {
 
 } // namespace
 
-ChildProcess::ChildProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments) {
-    Pipe input = makePipe();
-    Pipe output = makePipe();
-    Pipe errors = makePipe();
+ChildProcess::ChildProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                           std::vector<FileHandle> files) {
+    const int behindFiles = firstFile + static_cast<int>(files.size());
+    for (FileHandle& file : files) file = notBelow(behindFiles, std::move(file));
+    Pipe input = makePipe(behindFiles);
+    Pipe output = makePipe(behindFiles);
+    Pipe errors = makePipe(behindFiles);
     setNonBlocking(output.readEnd);
     setNonBlocking(errors.readEnd);
 
@@ -109,7 +113,8 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, const std::vect
     actions.duplicate(input.readEnd, STDIN_FILENO);
     actions.duplicate(output.writeEnd, STDOUT_FILENO);
     actions.duplicate(errors.writeEnd, STDERR_FILENO);
-    actions.closeAllFrom(STDERR_FILENO + 1);
+    for (int at = firstFile; const FileHandle& file : files) actions.duplicate(file, at++);
+    actions.closeAllFrom(behindFiles);
     const SpawnAttributes attributes;
 
     std::string name = program;

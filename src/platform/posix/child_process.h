@@ -27,16 +27,21 @@ struct ChildEnd {
 /// A program that runs beside us and answers in lines on its standard output.
 ///
 /// It starts with default signals, an empty signal mask, its own process group and no descriptor of ours but
-/// three pipes. Its standard input is a pipe that we never write to; it ends when this process ends, whatever
-/// the reason, and the program is expected to end with it. One thread uses one object; several objects at
-/// once are fine.
+/// three pipes and the files that it is handed. Its standard input is a pipe that we never write to; it ends
+/// when this process ends, whatever the reason, and the program is expected to end with it. One thread uses
+/// one object; several objects at once are fine.
 class ChildProcess {
   public:
     static constexpr std::size_t longestLine = 65536;
     static constexpr std::size_t keptErrors = 4096;
 
-    /// Throws Error "posix" when the program cannot be started.
-    ChildProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments);
+    /// The descriptor under which the program finds the first file that it is handed; the others follow.
+    static constexpr int firstFile = 3;
+
+    /// Hands the files over: they are no longer open here. Throws Error "posix" when the program cannot be
+    /// started.
+    ChildProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                 std::vector<FileHandle> files = {});
     /// Kills and reaps what still runs, and everything that it started in its process group.
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;

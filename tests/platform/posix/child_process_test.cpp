@@ -165,6 +165,38 @@ TEST_F(ChildProcessTest, SignalsAreDefaultAndUnblockedInTheProgram) {
         << lines[1];
 }
 
+TEST_F(ChildProcessTest, TheProgramReadsTheFilesThatItIsHandedInTheirOrder) {
+    const TemporaryFolder folder;
+    std::vector<FileHandle> files;
+    for (const std::string content : {"first", "second", "third"}) {
+        writeFile(folder / content, content + "\n");
+        files.emplace_back(::open((folder / content).c_str(), O_RDONLY | O_CLOEXEC));
+    }
+    // One that has another's number by chance.
+    files.front() = FileHandle(::fcntl(files.front().get(), F_DUPFD_CLOEXEC, 4));
+    std::swap(files[1], files[2]);
+    {
+        ChildProcess child("/bin/sh", {"-c", "cat <&3; cat <&4; cat <&5; ls /proc/$$/fd"}, std::move(files));
+        child.run([this](std::string_view line) { lines.emplace_back(line); }, {});
+    }
+    EXPECT_EQ(lines, (Lines{"first", "third", "second", "0", "1", "2", "3", "4", "5"}));
+}
+
+TEST_F(ChildProcessTest, FilesAreHandedOverWhenTheStandardStreamsAreClosed) {
+    const TemporaryFolder folder;
+    writeFile(folder / "file", "content\n");
+    const auto readsWithoutStandardStreams = [&] {
+        for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) ::close(descriptor);
+        std::vector<FileHandle> files;
+        files.emplace_back(::open((folder / "file").c_str(), O_RDONLY | O_CLOEXEC)); // is 0
+        ChildProcess child("/bin/sh", {"-c", "cat <&3"}, std::move(files));
+        std::string heard;
+        child.run([&](std::string_view line) { heard = line; }, {});
+        ::_exit(heard == "content" ? 0 : 1);
+    };
+    EXPECT_EXIT(readsWithoutStandardStreams(), testing::ExitedWithCode(0), "");
+}
+
 TEST_F(ChildProcessTest, TheProgramInheritsNothingButItsThreePipes) {
     const FileHandle inheritable(::fcntl(STDERR_FILENO, F_DUPFD, 100));
     run("ls /proc/$$/fd");
