@@ -11,6 +11,7 @@
 
 #include "base/recording_files.h"
 #include "platform/media/audio_reader.h"
+#include "platform/posix/regular_file.h"
 #include "platform/speech/worker_engine.h"
 #include "speech_worker/echo_removal.h"
 #include "support/leaking_conversation.h"
@@ -81,8 +82,9 @@ class Bench {
         record(folder / "echoing.m4a", voice);
         record(folder / "far.m4a", spoken.far);
         const double recognition = costOf(RUSAGE_CHILDREN, [&] { recognise(folder / "near.m4a"); });
-        const double decoding =
-            costOf(RUSAGE_SELF, [&] { decodeTo16kMono(folder / "near.m4a", [](std::span<const float>) {}); });
+        const double decoding = costOf(RUSAGE_SELF, [&] {
+            decodeTo16kMono(openRegularFile(folder / "near.m4a"), [](std::span<const float>) {});
+        });
         const double looking = costOf(RUSAGE_SELF, [&] { remove(folder / "near.m4a", folder / "far.m4a"); });
         const double removing =
             costOf(RUSAGE_SELF, [&] { remove(folder / "echoing.m4a", folder / "far.m4a"); });
@@ -112,9 +114,10 @@ class Bench {
         return recognise(folder / voiceFileName);
     }
     static void remove(const std::filesystem::path& voice, const std::filesystem::path& system) {
-        SpeechAudioReader reference(system);
+        SpeechAudioReader reference(openRegularFile(system));
         EchoRemoval removal([&] { return reference.next(); }, [](std::span<const float>) {});
-        decodeTo16kMono(voice, [&](std::span<const float> samples) { removal.push(samples); });
+        decodeTo16kMono(openRegularFile(voice),
+                        [&](std::span<const float> samples) { removal.push(samples); });
         removal.finish();
     }
 

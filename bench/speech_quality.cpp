@@ -7,6 +7,7 @@
 #include "base/debug_log.h"
 #include "platform/media/audio_reader.h"
 #include "platform/posix/child_process.h"
+#include "platform/posix/regular_file.h"
 #include "platform/speech/worker_engine.h"
 #include "rival_recogniser.h"
 #include "speech_worker/pocketsphinx_recogniser.h"
@@ -84,8 +85,9 @@ Heard heardBy(WorkerEngine& engine, const std::filesystem::path& file) {
 
 std::vector<float> decoded(const std::filesystem::path& file) {
     std::vector<float> samples;
-    decodeTo16kMono(
-        file, [&](std::span<const float> more) { samples.insert(samples.end(), more.begin(), more.end()); });
+    decodeTo16kMono(openRegularFile(file), [&](std::span<const float> more) {
+        samples.insert(samples.end(), more.begin(), more.end());
+    });
     return samples;
 }
 
@@ -122,8 +124,9 @@ void measureMemory(const std::filesystem::path& worker) {
             while (seconds(all) < shortest) all = joined({all, hiss(200, 0.0003F), material.samples});
             record(file, all);
         });
-        decodeTo16kMono(
-            file, [&](std::span<const float> more) { length += static_cast<double>(more.size()) / 16000; });
+        decodeTo16kMono(openRegularFile(file), [&](std::span<const float> more) {
+            length += static_cast<double>(more.size()) / 16000;
+        });
         const rusage usage = usageOfChild([&] {
             WorkerEngine engine(worker, model);
             heardBy(engine, file);

@@ -2,7 +2,6 @@
 
 #include "platform/media/audio_reader.h"
 
-#include <filesystem>
 #include <optional>
 #include <span>
 #include <string>
@@ -11,15 +10,13 @@
 /// (any further), it ends, and one line on standard error says why.
 class EchoReference {
   public:
-    explicit EchoReference(std::filesystem::path file);
+    explicit EchoReference(FileHandle file);
 
     /// 16 kHz mono, any number of samples, valid until the next call; empty at the end.
     std::span<const float> next();
 
   private:
-    void complain(const std::string& reason) const;
-
-    std::filesystem::path m_file;
+    FileHandle m_file;                         ///< until the first call
     std::optional<SpeechAudioReader> m_reader; ///< missing before the first call
     bool m_begun = false;
     bool m_ended = false;

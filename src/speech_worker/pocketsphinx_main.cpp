@@ -1,5 +1,4 @@
 #include "base/error.h"
-#include "platform/media/audio_reader.h"
 #include "speech_worker/pocketsphinx_recogniser.h"
 #include "speech_worker/worker_main.h"
 
@@ -17,5 +16,5 @@ std::unique_ptr<Recogniser> makeRecogniser(const WorkerArguments& arguments) {
 } // namespace
 
 int main(int argc, char** argv) {
-    return workerMain(argc, argv, mostMemory, makeRecogniser, decodeTo16kMono);
+    return workerMain(argc, argv, {mostMemory, {}, makeRecogniser, decodeFile});
 }

@@ -1,15 +1,16 @@
 #include "speech_worker/worker_main.h"
 
 #include "base/error.h"
-#include "speech_worker/confinement.h"
 #include "speech_worker/echo_reference.h"
 #include "speech_worker/echo_removal.h"
 #include "speech_worker/protocol.h"
+#include "speech_worker/sandbox.h"
 #include "speech_worker/speech_evidence.h"
 #include "speech_worker/spoken_path.h"
 #include "speech_worker/utterance_text.h"
 
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
@@ -29,6 +30,14 @@ constexpr std::chrono::hours longestWork{24};
 constexpr double longestLeadIn = 0.5; // seconds
 constexpr double sampleRate = 16000;
 
+/// The descriptor of a file that the parent has handed over.
+std::optional<int> descriptorFrom(std::string_view text) {
+    int descriptor = -1;
+    const auto end = std::from_chars(text.data(), text.data() + text.size(), descriptor);
+    const bool isNumber = end.ec == std::errc() && end.ptr == text.data() + text.size();
+    return isNumber && descriptor > STDERR_FILENO ? std::optional(descriptor) : std::nullopt;
+}
+
 std::optional<WorkerArguments> parse(std::span<char* const> arguments) {
     WorkerArguments parsed;
     std::size_t i = 0;
@@ -40,13 +49,15 @@ std::optional<WorkerArguments> parse(std::span<char* const> arguments) {
             parsed.locale = arguments[i + 1];
         else if (option == "--vad")
             parsed.voiceDetector = arguments[i + 1];
-        else if (option == "--reference")
-            parsed.reference = arguments[i + 1];
+        else if (const auto file = descriptorFrom(arguments[i + 1]); file && option == "--reference")
+            parsed.reference = file;
         else
             return std::nullopt;
     }
     if (i + 1 != arguments.size() || parsed.model.empty() || parsed.locale.empty()) return std::nullopt;
-    parsed.file = arguments[i];
+    const std::optional<int> file = descriptorFrom(arguments[i]);
+    if (!file) return std::nullopt;
+    parsed.file = *file;
     return parsed;
 }
 
@@ -83,10 +94,10 @@ void transcribe(const WorkerArguments& arguments, Recogniser& recogniser, const 
         sampleCount += samples.size();
         cutter->push(samples);
     };
-    if (arguments.reference.empty()) {
+    if (!arguments.reference) {
         decode(arguments.file, listen);
     } else {
-        EchoReference reference(arguments.reference);
+        EchoReference reference{FileHandle(*arguments.reference)};
         removal.emplace([&] { return reference.next(); }, listen);
         decode(arguments.file, [&](std::span<const float> samples) { removal->push(samples); });
         removal->finish();
@@ -95,6 +106,16 @@ void transcribe(const WorkerArguments& arguments, Recogniser& recogniser, const 
     protocol::End end;
     if (sampleCount > 0) end.lastSampleTime = static_cast<double>(sampleCount) / sampleRate;
     tell(protocol::line(end));
+}
+
+/// What a worker with these arguments reads besides the files that it is handed.
+std::vector<std::filesystem::path> readableFor(const WorkerProgram& program,
+                                               std::span<char* const> arguments) {
+    std::vector<std::filesystem::path> places{program.engineFolder};
+    if (const auto parsed = parse(arguments))
+        places.insert(places.end(), {parsed->model, parsed->voiceDetector});
+    std::erase(places, std::filesystem::path());
+    return places;
 }
 
 void endWithStandardInput() {
@@ -122,8 +143,8 @@ int runWorker(std::span<char* const> arguments, const RecogniserFactory& makeRec
               const AudioStream& decode, const LineSink& tell) {
     const std::optional<WorkerArguments> parsed = parse(arguments);
     if (!parsed) {
-        tell(protocol::line(
-            protocol::Failure{"usage: --model DIR --locale ID [--vad FILE] [--reference FILE] FILE"}));
+        tell(protocol::line(protocol::Failure{
+            "usage: --model DIR --locale ID [--vad FILE] [--reference DESCRIPTOR] DESCRIPTOR"}));
         return wrongUsage;
     }
     try {
@@ -138,14 +159,14 @@ int runWorker(std::span<char* const> arguments, const RecogniserFactory& makeRec
     return failed;
 }
 
-int workerMain(int argc, char** argv, std::uint64_t mostMemory, const RecogniserFactory& makeRecogniser,
-               const AudioStream& decode) noexcept {
+int workerMain(int argc, char** argv, const WorkerProgram& program) noexcept {
     try {
-        for (const std::string& lack : confine({mostMemory, longestWork}))
+        const auto arguments = std::span(argv, static_cast<std::size_t>(argc)).subspan(1);
+        for (const std::string& lack :
+             enterSandbox({program.mostMemory, longestWork}, readableFor(program, arguments)))
             std::fprintf(stderr, "%s\n", lack.c_str());
         endWithStandardInput();
-        return runWorker(std::span(argv, static_cast<std::size_t>(argc)).subspan(1), makeRecogniser, decode,
-                         writeToStandardOutput);
+        return runWorker(arguments, program.makeRecogniser, program.decode, writeToStandardOutput);
     } catch (const std::exception&) { // nobody reads the answer, so there is nobody to tell
         return failed;
     }

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -19,9 +20,9 @@ struct WorkerArguments {
     std::filesystem::path model;
     std::string locale; ///< the platform's form, "en_US"
     std::filesystem::path
-        voiceDetector; ///< a model that hears voices, for engines that can use it; may be empty
-    std::filesystem::path file;
-    std::filesystem::path reference; ///< what the loudspeakers played meanwhile; empty when unknown
+        voiceDetector;            ///< a model that hears voices, for engines that can use it; may be empty
+    int file = -1;                ///< the descriptor of what is to be recognised
+    std::optional<int> reference; ///< that of what the loudspeakers played meanwhile; missing when unknown
 };
 /// Makes the recogniser for a model folder and a locale. Throws Error.
 using RecogniserFactory = std::function<std::unique_ptr<Recogniser>(const WorkerArguments& arguments)>;
@@ -34,8 +35,16 @@ using LineSink = std::function<void(std::string_view line)>;
 int runWorker(std::span<char* const> arguments, const RecogniserFactory& makeRecogniser,
               const AudioStream& decode, const LineSink& tell);
 
-/// The same as a process: it shuts itself in first (see confine), with so many bytes of memory at most; what
-/// the kernel does not offer for that is said on standard error. Lines go to standard output, and the process
-/// ends at once when its standard input ends, because then nobody waits for the answer any more.
-int workerMain(int argc, char** argv, std::uint64_t mostMemory, const RecogniserFactory& makeRecogniser,
-               const AudioStream& decode) noexcept;
+/// What makes a program of it.
+struct WorkerProgram {
+    std::uint64_t mostMemory;           ///< bytes
+    std::filesystem::path engineFolder; ///< libraries that are loaded only now; may be empty
+    RecogniserFactory makeRecogniser;
+    AudioStream decode;
+};
+
+/// The same as a process: it shuts itself in first (see enterSandbox), with the folders of the model and of
+/// the engine; what the kernel does not offer for that is said on standard error. Lines go to standard
+/// output, and the process ends at once when its standard input ends, because then nobody waits for the
+/// answer any more.
+int workerMain(int argc, char** argv, const WorkerProgram& program) noexcept;

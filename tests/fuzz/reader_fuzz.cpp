@@ -6,6 +6,7 @@
 #include "base/error.h"
 #include "fuzz/fuzzed_file.h"
 #include "platform/media/mp4_file_info.h"
+#include "platform/posix/regular_file.h"
 
 #include <algorithm>
 #include <cmath>
@@ -23,7 +24,7 @@ void read(const std::filesystem::path& file) {
     const std::int64_t announced = Mp4FileInfo().open(file).frames;
     std::int64_t read = 0;
     const auto finite = [](float sample) { return std::isfinite(sample); };
-    AudioReader reader(file);
+    AudioReader reader(openRegularFile(file));
     while (const auto block = reader.next()) {
         const std::span<const float> left = block->left;
         if (left.size() != block->right.size() || !std::all_of(left.begin(), left.end(), finite))

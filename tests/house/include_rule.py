@@ -24,7 +24,7 @@ ROOMS = {
     "platform/speech": (["base", "transcription", "models", "platform/posix", "speech_worker/protocol.h",
                          "speech_worker/sherpa_folder.h"],
                         []),
-    "speech_worker": (["base", "json", "platform/media"], ["pocketsphinx.h", "seccomp.h", "speex/", "sphinxbase/"]),
+    "speech_worker": (["base", "json", "platform/media", "platform/posix"], ["pocketsphinx.h", "seccomp.h", "speex/", "sphinxbase/"]),
     "cli": (["base", "capture", "transcription", "app", "json", "models"], []),
     # main.cpp with application and backends: the composition root
     "": (["base", "capture", "transcription", "app", "models", "ui", "cli", "platform/", "application.h", "backends.h", "late_"],

@@ -199,7 +199,7 @@ class InstalledTree(unittest.TestCase):
         for library in ENGINE:
             self.assertEqual((self.root / library).read_bytes(), (BUILD / library).read_bytes())
         worker = [self.root / "libexec/murmelo/murmelo-speech-sherpa-onnx", "--locale", "en_US", "--model", "/nowhere"]
-        with subprocess.Popen([*worker, "/nowhere.m4a"], stdin=subprocess.PIPE, stdout=subprocess.PIPE) as process:
+        with subprocess.Popen([*worker, "3"], stdin=subprocess.PIPE, stdout=subprocess.PIPE) as process:
             self.assertIn(b"it has no model.json", process.stdout.read()) # so it has loaded the engine
 
 

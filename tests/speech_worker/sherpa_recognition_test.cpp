@@ -1,5 +1,6 @@
 #include "base/error.h"
 #include "platform/posix/child_process.h"
+#include "platform/posix/regular_file.h"
 #include "speech_worker/protocol.h"
 #include "speech_worker/sherpa_recogniser.h"
 #include "speech_worker/silero_cutter.h"
@@ -45,10 +46,12 @@ class SherpaRecognitionTest : public testing::Test {
     Answer transcribe(const std::filesystem::path& model, const std::string& locale = "en_US",
                       const std::filesystem::path& voiceDetector = {}) {
         if (!std::filesystem::exists(track)) record(track, audio);
-        std::vector<std::string> arguments{"--model", model, "--locale", locale, track};
+        std::vector<std::string> arguments{"--model", model, "--locale", locale, "3"};
         if (!voiceDetector.empty())
             arguments.insert(arguments.begin(), {std::string("--vad"), voiceDetector.string()});
-        ChildProcess process(worker, arguments);
+        std::vector<FileHandle> files;
+        files.push_back(openRegularFile(track));
+        ChildProcess process(worker, arguments, std::move(files));
         Answer answer;
         answer.how = process.run([&](std::string_view line) { answer.read(line); }, {});
         answer.errors = process.errors();

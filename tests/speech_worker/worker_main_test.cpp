@@ -61,7 +61,7 @@ class WorkerMainTest : public testing::Test {
                 seen = parsed;
                 return makeRecogniser();
             },
-            [this](const std::filesystem::path&, const AudioSink& sink) {
+            [this](int, const AudioSink& sink) {
                 sink(audio);
                 if (failure) throw Error(*failure);
             },
@@ -70,7 +70,7 @@ class WorkerMainTest : public testing::Test {
                 messages.push_back(protocol::parse(line.substr(0, line.size() - 1)));
             });
     }
-    int run() { return run({"--model", "/m", "--locale", "en_US", "/f.m4a"}); }
+    int run() { return run({"--model", "/m", "--locale", "en_US", "3"}); }
 
     template <class Kind>
     Kind message(std::size_t index) {
@@ -99,29 +99,36 @@ TEST_F(WorkerMainTest, TellsEachUtteranceWithItsFirstVoicedSampleAndThenTheEnd) 
 }
 
 TEST_F(WorkerMainTest, ReadsItsArguments) {
-    EXPECT_EQ(run({"--locale", "en_US", "--model", "/m", "--file"}), 0);
+    EXPECT_EQ(run({"--locale", "en_US", "--model", "/m", "7"}), 0);
     EXPECT_EQ(seen.model, "/m");
     EXPECT_EQ(seen.locale, "en_US");
-    EXPECT_EQ(seen.file, "--file");
+    EXPECT_EQ(seen.file, 7);
+    EXPECT_EQ(seen.reference, std::nullopt);
     EXPECT_EQ(seen.voiceDetector, "");
-    EXPECT_EQ(run({"--vad", "/v.onnx", "--locale", "en_US", "--model", "/m", "/f.m4a"}), 0);
+    EXPECT_EQ(run({"--vad", "/v.onnx", "--locale", "en_US", "--model", "/m", "3"}), 0);
     EXPECT_EQ(seen.voiceDetector, "/v.onnx");
 }
 
 TEST_F(WorkerMainTest, WrongUsageIsToldAndIsStatusTwo) {
     using Arguments = std::vector<std::string>;
     for (const Arguments& arguments : {Arguments{},
-                                       {"f"},
-                                       {"--model", "/m", "f"},
+                                       {"3"},
+                                       {"--model", "/m", "3"},
                                        {"--model", "/m", "--locale", "en_US"},
-                                       {"--model", "/m", "--locale", "en_US", "f", "g"},
-                                       {"--model", "/m", "--speed", "9", "--locale", "en_US", "f"},
+                                       {"--model", "/m", "--locale", "en_US", "3", "4"},
+                                       {"--model", "/m", "--locale", "en_US", "/f.m4a"},
+                                       {"--model", "/m", "--locale", "en_US", "3x"},
+                                       {"--model", "/m", "--locale", "en_US", "2"},
+                                       {"--model", "/m", "--locale", "en_US", "-3"},
+                                       {"--model", "/m", "--locale", "en_US", "99999999999"},
+                                       {"--model", "/m", "--locale", "en_US", "--reference", "/r.m4a", "3"},
+                                       {"--model", "/m", "--speed", "9", "--locale", "en_US", "3"},
                                        {"--model"}}) {
         messages.clear();
         EXPECT_EQ(run(arguments), 2);
         ASSERT_EQ(messages.size(), 1U);
         EXPECT_EQ(message<protocol::Failure>(0).description,
-                  "usage: --model DIR --locale ID [--vad FILE] [--reference FILE] FILE");
+                  "usage: --model DIR --locale ID [--vad FILE] [--reference DESCRIPTOR] DESCRIPTOR");
     }
 }
 
@@ -194,7 +201,8 @@ class EchoingWorkerMainTest : public WorkerMainTest {
         audio = joined({leaked(played, {-6, 40}), silence(1), babble(1, 0.05F), silence(1)});
     }
     int runWithReference(const std::string& name) {
-        return run({"--model", "/m", "--locale", "en_US", "--reference", folder / name, "/f.m4a"});
+        const int descriptor = ::open((folder / name).c_str(), O_RDONLY | O_CLOEXEC);
+        return run({"--model", "/m", "--locale", "en_US", "--reference", std::to_string(descriptor), "3"});
     }
 
     TemporaryFolder folder;
@@ -216,7 +224,7 @@ TEST_F(EchoingWorkerMainTest, AReferenceThatCannotBeUsedCostsNothingButALineOnSt
     writeFile(folder / "nothing.m4a", "");
     record(folder / "empty.m4a", {});
     const std::vector<std::pair<std::string, std::string>> cases{
-        {"missing.m4a", "No such file or directory"},
+        {".", "Is a directory"},
         {"rubbish.m4a", ""},
         {"nothing.m4a", ""},
         {"empty.m4a", "It is empty."},
@@ -227,7 +235,7 @@ TEST_F(EchoingWorkerMainTest, AReferenceThatCannotBeUsedCostsNothingButALineOnSt
         EXPECT_EQ(runWithReference(name), 0);
         const std::string complaint = testing::internal::GetCapturedStderr();
         EXPECT_THAT(complaint, testing::HasSubstr("What the loudspeakers played is not removed, because "));
-        EXPECT_THAT(complaint, testing::HasSubstr(name + " can't be used: " + reason));
+        EXPECT_THAT(complaint, testing::HasSubstr("system.m4a can't be used: " + reason));
         EXPECT_EQ(messages.size(), 6U) << name;
     }
 }
@@ -246,10 +254,10 @@ std::unique_ptr<Recogniser> hang(const WorkerArguments&) {
 TEST(WorkerMainDeathTest, TheProcessEndsWithItsStandardInput) {
     const auto workerWithoutInput = [] {
         ::dup2(::open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
-        std::string arguments[] = {"worker", "--model", "/m", "--locale", "en_US", "/f.m4a"};
+        std::string arguments[] = {"worker", "--model", "/m", "--locale", "en_US", "3"};
         char* pointers[6];
         for (std::size_t i = 0; i < 6; ++i) pointers[i] = arguments[i].data();
-        ::_exit(workerMain(6, pointers, std::uint64_t{1} << 30, hang, {}) + 100);
+        ::_exit(workerMain(6, pointers, {std::uint64_t{1} << 30, {}, hang, {}}) + 100);
     };
     EXPECT_EXIT(workerWithoutInput(), testing::ExitedWithCode(1), "");
 }

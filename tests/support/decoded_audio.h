@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/media/audio_reader.h"
+#include "platform/posix/regular_file.h"
 
 #include <filesystem>
 #include <vector>
@@ -13,7 +14,7 @@ struct DecodedAudio {
 };
 
 inline DecodedAudio decodeAll(const std::filesystem::path& file) {
-    AudioReader reader(file);
+    AudioReader reader(openRegularFile(file));
     DecodedAudio audio{reader.sampleRate(), {}, {}};
     while (const auto block = reader.next()) {
         audio.left.insert(audio.left.end(), block->left.begin(), block->left.end());

@@ -7,6 +7,7 @@
 #include <array>
 #include <cmath>
 #include <string>
+#include <utility>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -23,8 +24,8 @@ Error damaged(const char* sentence) {
 
 } // namespace
 
-AudioReader::AudioReader(const std::filesystem::path& path)
-    : m_input(path), m_frame(allocated<FrameHandle>(av_frame_alloc())),
+AudioReader::AudioReader(FileHandle file)
+    : m_input(std::move(file)), m_frame(allocated<FrameHandle>(av_frame_alloc())),
       m_surplus(allocated<FrameHandle>(av_frame_alloc())) {
     const AVCodec* const aac = avcodec_find_decoder_by_name("aac");
     if (aac == nullptr)
@@ -84,8 +85,8 @@ bool AudioReader::isAsAnnounced() const {
            m_frame->nb_samples == Mp4AudioInput::samplesPerPacket;
 }
 
-SpeechAudioReader::SpeechAudioReader(const std::filesystem::path& file)
-    : m_reader(file), m_resampler(m_reader.sampleRate(), 16000) {}
+SpeechAudioReader::SpeechAudioReader(FileHandle file)
+    : m_reader(std::move(file)), m_resampler(m_reader.sampleRate(), 16000) {}
 
 std::span<const float> SpeechAudioReader::next() {
     m_block.clear();
@@ -106,8 +107,7 @@ std::span<const float> SpeechAudioReader::next() {
     return m_block;
 }
 
-void decodeTo16kMono(const std::filesystem::path& file,
-                     const std::function<void(std::span<const float>)>& sink) {
-    SpeechAudioReader reader(file);
+void decodeTo16kMono(FileHandle file, const std::function<void(std::span<const float>)>& sink) {
+    SpeechAudioReader reader(std::move(file));
     for (auto block = reader.next(); !block.empty(); block = reader.next()) sink(block);
 }

@@ -3,7 +3,6 @@
 #include "platform/media/mp4_audio_input.h"
 #include "platform/media/resampler.h"
 
-#include <filesystem>
 #include <functional>
 #include <optional>
 #include <span>
@@ -13,7 +12,7 @@
 /// is sample 0 of what was recorded. Used by one thread at a time; throws Error and never trusts the file.
 class AudioReader {
   public:
-    explicit AudioReader(const std::filesystem::path& path);
+    explicit AudioReader(FileHandle file);
 
     int sampleRate() const { return m_input.sampleRate(); } ///< hertz
     int channels() const { return m_input.channels(); }     ///< 1 or 2
@@ -48,7 +47,7 @@ class AudioReader {
 /// Error as AudioReader does.
 class SpeechAudioReader {
   public:
-    explicit SpeechAudioReader(const std::filesystem::path& file);
+    explicit SpeechAudioReader(FileHandle file);
 
     /// A block of any length, valid until the next call; empty at the end of the file.
     std::span<const float> next();
@@ -61,5 +60,4 @@ class SpeechAudioReader {
 };
 
 /// The same for a whole file: the sink gets every block. Any thread. Passes on what the sink throws.
-void decodeTo16kMono(const std::filesystem::path& file,
-                     const std::function<void(std::span<const float>)>& sink);
+void decodeTo16kMono(FileHandle file, const std::function<void(std::span<const float>)>& sink);

@@ -2,11 +2,12 @@
 
 #include "base/error.h"
 #include "platform/media/ffmpeg_log.h"
+#include "platform/posix/regular_file.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
-#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -19,14 +20,9 @@ namespace {
 
 constexpr const char* cannotOpen = "The audio file cannot be opened";
 
-/// O_NONBLOCK: a pipe in the place of a recording must not hold the program up.
-FileHandle openRegularFile(const std::filesystem::path& path) {
-    FileHandle file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    if (!file) throw Error::posix(errno);
-    struct stat facts {};
-    if (::fstat(file.get(), &facts) != 0) throw Error::posix(errno);
-    if (S_ISDIR(facts.st_mode)) throw Error::posix(EISDIR);
-    if (!S_ISREG(facts.st_mode)) throw Error("posix", EINVAL, "This is not a regular file.");
+FileHandle beginningOf(FileHandle file) {
+    requireRegularFile(file);
+    if (::lseek(file.get(), 0, SEEK_SET) < 0) throw Error::posix(errno);
     return file;
 }
 
@@ -45,8 +41,8 @@ int refuseToOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary
 
 } // namespace
 
-Mp4AudioInput::Mp4AudioInput(const std::filesystem::path& path)
-    : m_io(openRegularFile(path)), m_packet(allocated<PacketHandle>(av_packet_alloc())) {
+Mp4AudioInput::Mp4AudioInput(FileHandle file)
+    : m_io(beginningOf(std::move(file))), m_packet(allocated<PacketHandle>(av_packet_alloc())) {
     sendFfmpegLogToDebugLog();
     // A few bytes can announce an index of gigabytes. This leaves room for a recording of several days.
     av_max_alloc(std::size_t{1} << 30);

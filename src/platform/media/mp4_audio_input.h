@@ -4,18 +4,18 @@
 #include "platform/media/ffmpeg_handles.h"
 
 #include <cstdint>
-#include <filesystem>
 #include <optional>
 
 struct AVCodecParameters;
 
 /// The packets of an MPEG-4 file (ISO/IEC 14496-12) with one AAC track, and which of their samples count.
 ///
-/// Trusts nothing in the file: only a regular file is opened, only as MPEG-4, only with a single AAC track of
+/// Trusts nothing in the file: only a regular file is read, only as MPEG-4, only with a single AAC track of
 /// one or two channels, and nothing that the file refers to. Used by one thread at a time; throws Error.
 class Mp4AudioInput {
   public:
-    explicit Mp4AudioInput(const std::filesystem::path& path);
+    /// Reads from the beginning, wherever in the file its descriptor stands.
+    explicit Mp4AudioInput(FileHandle file);
 
     int sampleRate() const; ///< hertz, 1 to 96000
     int channels() const;   ///< 1 or 2

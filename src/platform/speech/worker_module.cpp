@@ -4,6 +4,7 @@
 #include "base/error.h"
 #include "base/recording_files.h"
 #include "platform/posix/child_process.h"
+#include "platform/posix/regular_file.h"
 #include "platform/speech/worker_answer.h"
 #include "platform/speech/worker_engine.h"
 
@@ -26,12 +27,19 @@ void logErrors(const ChildProcess& worker) {
     if (!text.empty()) DebugLog::log("[ts] speech worker: " + text);
 }
 
-/// Of a recording's microphone track: what the computer played meanwhile.
-std::optional<std::filesystem::path> systemTrackBeside(const std::filesystem::path& file) {
+/// Of a recording's microphone track: what the computer played meanwhile. Nothing is open where there is
+/// none.
+FileHandle systemTrackBeside(const std::filesystem::path& file) {
     std::error_code ignored;
-    std::filesystem::path system = file.parent_path() / systemFileName;
-    if (file.filename() != voiceFileName || !std::filesystem::exists(system, ignored)) return std::nullopt;
-    return system;
+    const std::filesystem::path system = file.parent_path() / systemFileName;
+    if (file.filename() != voiceFileName || !std::filesystem::exists(system, ignored)) return {};
+    try {
+        return openRegularFile(system);
+    } catch (const Error& error) {
+        DebugLog::log("[ts] what the loudspeakers played is not removed, because " +
+                      std::string(systemFileName) + " can't be used: " + error.localizedDescription());
+        return {};
+    }
 }
 
 /// Throws unless the worker ended in order with its last word said.
@@ -72,12 +80,15 @@ void WorkerModule::collectResults(ResultHandler handler) {
 
 std::optional<double> WorkerModule::analyse(const std::filesystem::path& file, std::stop_token stop) {
     requireInstalled();
-    const std::filesystem::path track = std::filesystem::absolute(file); // never looks like an option
     std::vector<std::string> arguments = m_worker.arguments;
-    if (const auto system = systemTrackBeside(track))
-        arguments.insert(arguments.end(), {"--reference", *system});
-    arguments.push_back(track);
-    ChildProcess worker(m_worker.program, arguments);
+    std::vector<FileHandle> files;
+    files.push_back(openRegularFile(file));
+    if (FileHandle system = systemTrackBeside(file)) {
+        files.push_back(std::move(system));
+        arguments.insert(arguments.end(), {"--reference", std::to_string(ChildProcess::firstFile + 1)});
+    }
+    arguments.push_back(std::to_string(ChildProcess::firstFile));
+    ChildProcess worker(m_worker.program, arguments, std::move(files));
     WorkerAnswer answer(m_handler);
     try {
         const auto lastSampleTime =

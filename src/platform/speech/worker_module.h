@@ -15,11 +15,12 @@ struct SpeechWorker {
     std::function<std::string()> missingPart;
 };
 
-/// Recognition of one file by one run of the worker. All results arrive inside analyse, each as soon as the
-/// worker tells it; finishing has nothing left to do. A recording's microphone track is recognised without
-/// what the loudspeakers leaked into it, if the system track lies beside it. One line of the debug log holds
-/// the end of the worker's standard error, if there is any and nobody asked for a stop. Throws Error "engine"
-/// with a code of EngineFailure, and Error "posix" when the worker can't be started.
+/// Recognition of one file by one run of the worker, which is handed the open file and learns no path of it.
+/// All results arrive inside analyse, each as soon as the worker tells it; finishing has nothing left to do.
+/// A recording's microphone track is recognised without what the loudspeakers leaked into it, if the system
+/// track lies beside it. One line of the debug log holds the end of the worker's standard error, if there is
+/// any and nobody asked for a stop. Throws Error "engine" with a code of EngineFailure, and Error "posix"
+/// when the file can't be opened or the worker not started.
 class WorkerModule final : public SpeechModule {
   public:
     explicit WorkerModule(SpeechWorker worker);

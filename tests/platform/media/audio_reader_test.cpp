@@ -28,13 +28,14 @@ class AudioReaderTest : public MediaTest {
             return "none";
         };
         std::string ofLength = errorOf([&] { Mp4FileInfo().open(file); });
-        EXPECT_EQ(errorOf([&] { decodeTo16kMono(file, [](std::span<const float>) {}); }), ofLength);
+        EXPECT_EQ(errorOf([&] { decodeTo16kMono(openRegularFile(file), [](std::span<const float>) {}); }),
+                  ofLength);
         return ofLength;
     }
 
     std::vector<float> speechSamples(const std::filesystem::path& file) {
         std::vector<float> samples;
-        decodeTo16kMono(file, [&](std::span<const float> block) {
+        decodeTo16kMono(openRegularFile(file), [&](std::span<const float> block) {
             samples.insert(samples.end(), block.begin(), block.end());
         });
         return samples;
@@ -185,7 +186,7 @@ TEST_F(AudioReaderTest, SpeechSamplesAreTheMeanOfTheChannels) {
 TEST_F(AudioReaderTest, WhatTheSinkThrowsEndsTheDecoding) {
     const auto file = recorded("voice.m4a", noise(48000), noise(48000));
     int blocks = 0;
-    EXPECT_THROW(decodeTo16kMono(file,
+    EXPECT_THROW(decodeTo16kMono(openRegularFile(file),
                                  [&](std::span<const float>) {
                                      ++blocks;
                                      throw Error("engine", 1, "enough");
@@ -195,7 +196,7 @@ TEST_F(AudioReaderTest, WhatTheSinkThrowsEndsTheDecoding) {
 }
 
 TEST_F(AudioReaderTest, BehindItsEndASpeechReaderStaysEmpty) {
-    SpeechAudioReader reader(recorded("voice.m4a", noise(48000), noise(48000)));
+    SpeechAudioReader reader(openRegularFile(recorded("voice.m4a", noise(48000), noise(48000))));
     std::size_t read = 0;
     for (auto block = reader.next(); !block.empty(); block = reader.next()) read += block.size();
     EXPECT_EQ(read, 16000U);

@@ -20,14 +20,14 @@ class DamagedFileTest : public MediaTest {
         try {
             announced = Mp4FileInfo().open(file).frames;
             std::int64_t decoded = 0;
-            AudioReader reader(file);
+            AudioReader reader(openRegularFile(file));
             while (const auto block = reader.next()) {
                 EXPECT_EQ(block->left.size(), block->right.size());
                 for (const float sample : block->left) EXPECT_TRUE(std::isfinite(sample));
                 decoded += static_cast<std::int64_t>(block->left.size());
             }
             EXPECT_EQ(decoded, announced);
-            decodeTo16kMono(file, [](std::span<const float>) {});
+            decodeTo16kMono(openRegularFile(file), [](std::span<const float>) {});
         } catch (const Error& error) {
             EXPECT_FALSE(error.localizedDescription().empty());
         } catch (const std::bad_alloc&) { // an index of gigabytes was announced

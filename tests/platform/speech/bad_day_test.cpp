@@ -32,7 +32,7 @@ class BadDayTest : public testing::Test {
 
     void onVoiceTrack(const std::string& script) {
         writeFile(worker, "#!/bin/sh\n"
-                          "case \"$*\" in *voice.m4a)\n" +
+                          "case \"$(readlink /proc/$$/fd/3)\" in *voice.m4a)\n" +
                               script +
                               "\n;; *)\n"
                               R"(echo '{"start":2.5,"end":3,"text":"Hello there"}')"

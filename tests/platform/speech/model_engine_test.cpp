@@ -22,6 +22,7 @@ class ModelEngineTest : public testing::Test {
         writeFile(worker, "#!/bin/sh\nfor argument; do echo \"$argument\"; done > '" +
                               (folder / "arguments").string() + "'\necho '{\"lastSampleTime\":12.5}'\n");
         std::filesystem::permissions(worker, std::filesystem::perms::owner_all);
+        writeFile(folder / "voice.m4a", "");
     }
 
     Model& add(const std::string& id, std::vector<Locale> locales, bool isInstalled = false) {
@@ -38,7 +39,7 @@ class ModelEngineTest : public testing::Test {
         const auto request = module->installationRequest();
         if (request) request->downloadAndInstall(stop);
         module->collectResults([](const SpeechResult&) {});
-        module->finalizeAndFinish(module->analyse("/rec/voice.m4a", {}).value());
+        module->finalizeAndFinish(module->analyse(folder / "voice.m4a", {}).value());
         module->waitForResults();
         return request != nullptr;
     }
@@ -53,7 +54,7 @@ class ModelEngineTest : public testing::Test {
     std::string workersArguments() const { return contentOf(folder / "arguments"); }
     static std::string argumentsFor(const std::string& id, const std::string& locale,
                                     const std::string& more = "") {
-        return "--model\n/models/" + id + "\n--locale\n" + locale + "\n" + more + "/rec/voice.m4a\n";
+        return "--model\n/models/" + id + "\n--locale\n" + locale + "\n" + more + "3\n";
     }
 
     const Locale american{"en_US"};

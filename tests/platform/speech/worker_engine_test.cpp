@@ -4,13 +4,16 @@
 #include "support/log_capture.h"
 #include "support/process_leftovers.h"
 
+#include <cerrno>
 #include <cmath>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Not;
 
 /// An engine whose worker is a shell script that the test writes.
 class WorkerEngineTest : public testing::Test {
@@ -20,6 +23,7 @@ class WorkerEngineTest : public testing::Test {
         for (const char* part : {"en-us/mdef", "en-us.lm.bin", "cmudict-en-us.dict"})
             writeFile(model / part, "");
         makeWorker("exit 0");
+        writeFile(track, "the track\n");
     }
     void TearDown() override {
         EXPECT_FALSE(hasChild());
@@ -31,9 +35,7 @@ class WorkerEngineTest : public testing::Test {
         std::filesystem::permissions(worker, std::filesystem::perms::owner_all);
     }
 
-    std::optional<double> analyse(const std::stop_token& stop = {}) {
-        return analyse(folder / "voice track \u00e9.m4a", stop);
-    }
+    std::optional<double> analyse(const std::stop_token& stop = {}) { return analyse(track, stop); }
     std::optional<double> analyse(const std::filesystem::path& file, const std::stop_token& stop = {}) {
         const auto module = engine.module(Locale("en_US"));
         module->collectResults([this](const SpeechResult& result) {
@@ -66,6 +68,7 @@ class WorkerEngineTest : public testing::Test {
     TemporaryFolder folder;
     std::filesystem::path worker = folder / "worker";
     std::filesystem::path model = folder / "a model";
+    std::filesystem::path track = folder / "voice track \u00e9.m4a";
     WorkerEngine engine{worker, model};
     std::vector<SpeechResult> results;
     std::function<void()> onResult;
@@ -96,27 +99,66 @@ TEST_F(WorkerEngineTest, NoAudioMeansNoLastSampleTime) {
     EXPECT_THAT(texts(), IsEmpty());
 }
 
-TEST_F(WorkerEngineTest, TheWorkerIsToldModelLocaleAndFile) {
-    makeWorker("for argument; do echo \"$argument\"; done > arguments; " + end);
+TEST_F(WorkerEngineTest, TheWorkerIsToldModelAndLocaleAndHandedTheOpenFile) {
+    makeWorker("for argument; do echo \"$argument\"; done > arguments; cat <&3 > content; "
+               "ls /proc/$$/fd > descriptors; " +
+               end);
     analyse();
-    EXPECT_EQ(contentOf(folder / "arguments"), "--model\n" + model.string() + "\n--locale\nen_US\n" +
-                                                   (folder / "voice track \u00e9.m4a").string() + "\n");
+    EXPECT_EQ(contentOf(folder / "arguments"), "--model\n" + model.string() + "\n--locale\nen_US\n3\n");
+    EXPECT_EQ(contentOf(folder / "content"), "the track\n");
+    EXPECT_THAT(contentOf(folder / "descriptors"), Not(testing::HasSubstr("4")));
 }
 
 TEST_F(WorkerEngineTest, WithARecordingsVoiceTheWorkerGetsTheSystemTrackBesideIt) {
-    makeWorker("for argument; do echo \"$argument\"; done > arguments; " + end);
+    makeWorker("for argument; do echo \"$argument\"; done > arguments; "
+               "cat <&3 > third; : > fourth; [ ! -e /proc/$$/fd/4 ] || cat <&4 > fourth; " +
+               end);
+    for (const char* name : {"voice.m4a", "mix.m4a"}) writeFile(folder / name, name);
     const auto argumentsFor = [this](const char* name) {
         analyse(folder / name);
         return contentOf(folder / "arguments");
     };
     const std::string always = "--model\n" + model.string() + "\n--locale\nen_US\n";
-    const std::string voice = (folder / "voice.m4a").string() + "\n";
-    const std::string system = (folder / "system.m4a").string() + "\n";
-    EXPECT_EQ(argumentsFor("voice.m4a"), always + voice) << "there is none";
-    writeFile(folder / "system.m4a", "");
-    EXPECT_EQ(argumentsFor("voice.m4a"), always + "--reference\n" + system + voice);
-    EXPECT_EQ(argumentsFor("system.m4a"), always + system);
-    EXPECT_EQ(argumentsFor("mix.m4a"), always + (folder / "mix.m4a").string() + "\n");
+    EXPECT_EQ(argumentsFor("voice.m4a"), always + "3\n") << "there is none";
+    writeFile(folder / "system.m4a", "system.m4a");
+    EXPECT_EQ(argumentsFor("voice.m4a"), always + "--reference\n4\n3\n");
+    EXPECT_EQ(contentOf(folder / "third"), "voice.m4a");
+    EXPECT_EQ(contentOf(folder / "fourth"), "system.m4a");
+    for (const char* name : {"system.m4a", "mix.m4a"}) {
+        EXPECT_EQ(argumentsFor(name), always + "3\n");
+        EXPECT_EQ(contentOf(folder / "third"), name);
+        EXPECT_EQ(contentOf(folder / "fourth"), "");
+    }
+    EXPECT_THAT(log.messages(), IsEmpty());
+}
+
+TEST_F(WorkerEngineTest, ASystemTrackThatCannotBeOpenedCostsNothingButALineOfTheLog) {
+    makeWorker("for argument; do echo \"$argument\"; done > arguments; " + end);
+    writeFile(folder / "voice.m4a", "");
+    ASSERT_EQ(::mkfifo((folder / "system.m4a").c_str(), 0600), 0);
+    EXPECT_EQ(analyse(folder / "voice.m4a"), 12.5);
+    EXPECT_EQ(contentOf(folder / "arguments"), "--model\n" + model.string() + "\n--locale\nen_US\n3\n");
+    EXPECT_THAT(log.messages(),
+                ElementsAre("[ts] what the loudspeakers played is not removed, because system.m4a can't be "
+                            "used: This is not a regular file."));
+}
+
+TEST_F(WorkerEngineTest, AFileThatCannotBeOpenedIsAnErrorAndStartsNoWorker) {
+    makeWorker("touch started; " + end);
+    const auto errorNumber = [this](const std::filesystem::path& file) {
+        try {
+            analyse(file);
+        } catch (const Error& error) {
+            EXPECT_EQ(error.domain(), "posix");
+            return error.code();
+        }
+        return 0;
+    };
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    EXPECT_EQ(errorNumber(folder / "missing.m4a"), ENOENT);
+    EXPECT_EQ(errorNumber(folder / "pipe"), EINVAL);
+    EXPECT_EQ(errorNumber(folder.path()), EISDIR);
+    EXPECT_FALSE(std::filesystem::exists(folder / "started"));
 }
 
 TEST_F(WorkerEngineTest, WhatTheWorkerComplainsOfIsLoggedEvenIfItSucceeds) {

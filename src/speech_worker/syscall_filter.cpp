@@ -1,27 +1,17 @@
-#include "speech_worker/confinement.h"
+#include "speech_worker/syscall_filter.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <fcntl.h>
 #include <memory>
 #include <sched.h>
 #include <seccomp.h>
-#include <stdexcept>
 #include <sys/ioctl.h>
-#include <sys/resource.h>
 #include <system_error>
 #include <unistd.h>
 
 namespace {
-
-void bound(int resource, rlim_t most, rlim_t last) {
-    rlimit limit{};
-    ::getrlimit(resource, &limit);
-    limit.rlim_max = std::min(limit.rlim_max, last);
-    limit.rlim_cur = std::min(limit.rlim_cur, std::min(most, limit.rlim_max));
-    ::setrlimit(resource, &limit); // lowering is never refused
-}
 
 /// What computing needs, and reading files that are named. Names that an architecture does not have are
 /// skipped by the library.
@@ -41,8 +31,6 @@ constexpr auto allowed = std::to_array<int>({
     SCMP_SYS(dup),
     SCMP_SYS(dup2),
     SCMP_SYS(dup3),
-    SCMP_SYS(fcntl),
-    SCMP_SYS(fcntl64),
     SCMP_SYS(fadvise64),
     SCMP_SYS(fstat),
     SCMP_SYS(fstat64),
@@ -186,11 +174,25 @@ void allowReadingOnly(Filter& filter, int call, unsigned flags) {
         filter.rule(refuse, call, SCMP_CMP64(flags, SCMP_CMP_MASKED_EQ, flag, flag));
 }
 
+/// Of fcntl(2) only what duplicates a descriptor and what asks for and sets flags. The rest can have the
+/// kernel signal another process of the user's when something can be read (F_SETOWN, F_SETSIG, O_ASYNC), when
+/// a file is opened (F_SETLEASE) or changed (F_NOTIFY), or hold up others with a lock. With ioctl(2) the same
+/// is asked for by FIOASYNC and FIOSETOWN.
+void allowDescriptorFlags(Filter& filter, int call) {
+    for (const scmp_datum_t command : {F_DUPFD, F_DUPFD_CLOEXEC, F_GETFD, F_SETFD, F_GETFL})
+        filter.rule(allow, call, SCMP_A1_32(SCMP_CMP_EQ, command));
+    constexpr auto setFlags = SCMP_A1_32(SCMP_CMP_EQ, F_SETFL);
+    filter.rule(allow, call, setFlags, SCMP_A2_64(SCMP_CMP_MASKED_EQ, O_ASYNC, 0));
+    filter.rule(refuse, call, setFlags, SCMP_A2_64(SCMP_CMP_MASKED_EQ, O_ASYNC, O_ASYNC));
+}
+
 /// The C library falls back from clone3, whose flags a filter cannot see, to clone.
 void allowThreadsOnly(Filter& filter) {
     filter.rule(allow, SCMP_SYS(clone), SCMP_A0_64(SCMP_CMP_MASKED_EQ, CLONE_THREAD, CLONE_THREAD));
     filter.rule(refuse, SCMP_SYS(clone), SCMP_A0_64(SCMP_CMP_MASKED_EQ, CLONE_THREAD, 0));
 }
+
+} // namespace
 
 void filterSystemCalls() {
     Filter filter;
@@ -198,24 +200,11 @@ void filterSystemCalls() {
     for (const int call : refused) filter.rule(refuse, call);
     allowReadingOnly(filter, SCMP_SYS(open), 1);
     allowReadingOnly(filter, SCMP_SYS(openat), 2);
+    allowDescriptorFlags(filter, SCMP_SYS(fcntl));
+    allowDescriptorFlags(filter, SCMP_SYS(fcntl64));
     allowThreadsOnly(filter);
     filter.rule(allow, SCMP_SYS(tgkill), SCMP_A0_64(SCMP_CMP_EQ, static_cast<scmp_datum_t>(::getpid())));
     filter.rule(allow, SCMP_SYS(prlimit64), SCMP_A2_64(SCMP_CMP_EQ, 0));  // asks, does not set
     filter.rule(allow, SCMP_SYS(ioctl), SCMP_A1_32(SCMP_CMP_EQ, TCGETS)); // is this a terminal?
     filter.apply();
-}
-
-} // namespace
-
-std::vector<std::string> confine(const ProcessBounds& bounds) {
-    bound(RLIMIT_CORE, 0, 0);
-    bound(RLIMIT_AS, bounds.memory, bounds.memory);
-    const auto seconds = static_cast<rlim_t>(bounds.processorTime.count());
-    bound(RLIMIT_CPU, seconds, seconds + 1); // at the last one comes SIGKILL, which tells nothing
-    try {
-        filterSystemCalls();
-    } catch (const std::system_error& error) {
-        return {std::string("this kernel does not let a process give up its rights: ") + error.what()};
-    }
-    return {};
 }
