@@ -8,6 +8,7 @@
 #include "late_module.h"
 #include "models/models_folder.h"
 #include "platform/desktop/logind_sleep_guard.h"
+#include "platform/media/recorded_length.h"
 #include "platform/pipewire/connection.h"
 #include "platform/pipewire/pipewire_devices.h"
 #include "platform/pipewire/pipewire_mic_source.h"
@@ -16,6 +17,7 @@
 #include "platform/speech/model_engine.h"
 #include "platform/speech/sherpa_worker.h"
 #include "platform/speech/worker_engine.h"
+#include "platform/speech/worker_file_info.h"
 #include "transcription/transcriber.h"
 
 #include <chrono>
@@ -70,14 +72,14 @@ inline std::unique_ptr<ModelStore> makeModels(LateModule& late) {
 struct Speech {
     /// Throws Error when its backends cannot be loaded.
     explicit Speech(LateModule& late, SerialQueue& timers, ModelEngine::DownloadListener onDownload = {})
-        : models(makeModels(late)), audioFiles(late.backends().makeFileInfo()),
+        : models(makeModels(late)),
           engine(*models, sherpaWorker(executableFolder()), builtIn, std::move(onDownload)),
-          transcriber(engine, *audioFiles, timers, &Locale::current) {}
+          transcriber(engine, audioFiles, timers, &Locale::current) {}
 
     std::unique_ptr<ModelStore> models;
     WorkerEngine builtIn{workerProgram(executableFolder(), "murmelo-speech-pocketsphinx"),
                          MURMELO_SPEECH_MODEL};
-    std::unique_ptr<AudioFileInfo> audioFiles;
+    WorkerFileInfo audioFiles{workerProgram(executableFolder(), "murmelo-audio-length"), recordedLength};
     ModelEngine engine;
     Transcriber transcriber;
 };

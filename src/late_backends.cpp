@@ -1,7 +1,6 @@
 #include "late_backends.h"
 
 #include "platform/media/aac_file_writer.h"
-#include "platform/media/mp4_file_info.h"
 #include "platform/models/folder_model_store.h"
 
 #include <utility>
@@ -12,7 +11,6 @@ const LateBackends* murmeloLateBackends() {
             [](std::function<void(const std::string&)> notice) -> std::unique_ptr<AudioFileWriterFactory> {
             return std::make_unique<AacFileWriterFactory>(std::move(notice));
         },
-        .makeFileInfo = []() -> std::unique_ptr<AudioFileInfo> { return std::make_unique<Mp4FileInfo>(); },
         .makeModels = [](std::filesystem::path catalogue,
                          std::filesystem::path folder) -> std::unique_ptr<ModelStore> {
             return std::make_unique<FolderModelStore>(std::move(catalogue), std::move(folder));

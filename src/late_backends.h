@@ -2,7 +2,6 @@
 
 #include "capture/audio_file_writer.h"
 #include "models/model_store.h"
-#include "transcription/audio_file_info.h"
 
 #include <filesystem>
 #include <functional>
@@ -14,7 +13,6 @@
 /// is loaded when one of them is needed first (see LateModule).
 struct LateBackends {
     std::unique_ptr<AudioFileWriterFactory> (*makeFiles)(std::function<void(const std::string&)> notice);
-    std::unique_ptr<AudioFileInfo> (*makeFileInfo)();
     std::unique_ptr<ModelStore> (*makeModels)(std::filesystem::path catalogue, std::filesystem::path folder);
 };
 

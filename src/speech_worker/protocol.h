@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -12,6 +13,10 @@
 ///     {"start": 1.25, "end": 3.5, "text": "Can you hear me"}
 ///     {"lastSampleTime": 12.0}
 ///     {"error": "The file can't be read."}
+///
+/// The program that tells a file's length says only that, or that it failed:
+///
+///     {"frames": 576000, "sampleRate": 48000.0}
 namespace protocol {
 
 /// One finished utterance. Seconds from the beginning of the file; not-a-number when unknown (null on the
@@ -33,7 +38,13 @@ struct Failure {
     std::string description;
 };
 
-using Message = std::variant<Utterance, End, Failure>;
+/// How long the file is.
+struct Length {
+    std::int64_t frames; ///< not negative
+    double sampleRate;   ///< hertz, at least 1
+};
+
+using Message = std::variant<Utterance, End, Failure, Length>;
 
 /// The line with its line feed. Text that is not UTF-8 is repaired with U+FFFD, numbers that are not finite
 /// become null.

@@ -8,14 +8,11 @@
 #include "speech_worker/speech_evidence.h"
 #include "speech_worker/spoken_path.h"
 #include "speech_worker/utterance_text.h"
+#include "speech_worker/worker_process.h"
 
-#include <cerrno>
-#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
-#include <thread>
-#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -29,14 +26,6 @@ constexpr std::chrono::hours longestWork{24};
 // A cut can begin with a noise that was no word, long before the first word.
 constexpr double longestLeadIn = 0.5; // seconds
 constexpr double sampleRate = 16000;
-
-/// The descriptor of a file that the parent has handed over.
-std::optional<int> descriptorFrom(std::string_view text) {
-    int descriptor = -1;
-    const auto end = std::from_chars(text.data(), text.data() + text.size(), descriptor);
-    const bool isNumber = end.ec == std::errc() && end.ptr == text.data() + text.size();
-    return isNumber && descriptor > STDERR_FILENO ? std::optional(descriptor) : std::nullopt;
-}
 
 std::optional<WorkerArguments> parse(std::span<char* const> arguments) {
     WorkerArguments parsed;
@@ -116,25 +105,6 @@ std::vector<std::filesystem::path> readableFor(const WorkerProgram& program,
         places.insert(places.end(), {parsed->model, parsed->voiceDetector});
     std::erase(places, std::filesystem::path());
     return places;
-}
-
-void endWithStandardInput() {
-    std::thread([] {
-        char ignored[256];
-        for (;;) {
-            const ssize_t count = ::read(STDIN_FILENO, ignored, sizeof ignored);
-            if (count == 0 || (count < 0 && errno != EINTR)) ::_exit(failed);
-        }
-    }).detach();
-}
-
-void writeToStandardOutput(std::string_view line) {
-    while (!line.empty()) {
-        const ssize_t written = ::write(STDOUT_FILENO, line.data(), line.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written < 0) throw Error::posix(errno);
-        line.remove_prefix(static_cast<std::size_t>(written));
-    }
 }
 
 } // namespace

@@ -28,7 +28,7 @@ std::vector<Segment> transcribeFile(SpeechEngine& engine, AudioFileInfo& audioFi
     std::vector<Segment> segments; // outlives the module, whose handler fills it
     const auto module = engine.module(spoken.locale);
     provisionModel(*module, spoken.locale, stop);
-    audioFiles.open(spoken.file); // a file that is no audio fails here, with the reader's own words
+    audioFiles.open(spoken.file); // one that cannot be read fails here, before any analysis
 
     module->collectResults([&](const SpeechResult& result) { // before the analysis: no result is missed
         const std::string_view text = trimWhiteSpace(result.text);

@@ -85,7 +85,7 @@ std::filesystem::path Transcriber::transcribeRecording(const std::filesystem::pa
 std::vector<Segment> Transcriber::transcribeTrack(const std::filesystem::path& folder, const Track& track,
                                                   const Locale& locale, const std::stop_token& stop) {
     const std::filesystem::path file = folder / track.fileName;
-    const std::optional<double> duration = durationWorthTranscribing(file);
+    const std::optional<double> duration = durationWorthTranscribing(file, stop);
     if (!duration) return {};
     report({track.fileName, 0, *duration});
     try {
@@ -103,12 +103,13 @@ std::vector<Segment> Transcriber::transcribeTrack(const std::filesystem::path& f
     return {};
 }
 
-std::optional<double> Transcriber::durationWorthTranscribing(const std::filesystem::path& file) {
+std::optional<double> Transcriber::durationWorthTranscribing(const std::filesystem::path& file,
+                                                             const std::stop_token& stop) {
     std::error_code ignored;
     if (!std::filesystem::exists(file, ignored)) return std::nullopt;
     AudioFileFacts facts{};
     try {
-        facts = m_audioFiles.open(file);
+        facts = m_audioFiles.facts(file, stop);
     } catch (const std::exception&) { // silently: a recording without sound on one side is an ordinary one
         return std::nullopt;
     }

@@ -54,7 +54,8 @@ class Transcriber {
     struct Track;
     std::vector<Segment> transcribeTrack(const std::filesystem::path& folder, const Track& track,
                                          const Locale& locale, const std::stop_token& stop);
-    std::optional<double> durationWorthTranscribing(const std::filesystem::path& file);
+    std::optional<double> durationWorthTranscribing(const std::filesystem::path& file,
+                                                    const std::stop_token& stop);
     void report(const TranscriptionProgress& progress) const;
 
     SpeechEngine& m_engine;

@@ -44,12 +44,12 @@ def run_on_terminal(program, *arguments):
 
 
 def program_without_workers(folder):
-    """A copy for a test that puts workers of its own beside it."""
+    """A copy for a test that puts speech workers of its own beside it."""
     program = folder / "murmelo"
     shutil.copy(PROGRAM, program)
-    module = pathlib.Path("lib/murmelo/murmelo-late.so")
-    (folder / module).parent.mkdir(parents=True)
-    (folder / module).symlink_to(pathlib.Path(PROGRAM).resolve().parent / module)
+    for part in ("lib/murmelo/murmelo-late.so", "libexec/murmelo-audio-length"):
+        (folder / part).parent.mkdir(parents=True)
+        (folder / part).symlink_to(pathlib.Path(PROGRAM).resolve().parent / part)
     return program
 
 

@@ -151,7 +151,6 @@ class BrokenEngine(TestCase):
 
     def use_worker(self, script):
         worker = self.work / WORKER
-        worker.parent.mkdir()
         worker.write_text("#!/bin/sh\n" + script)
         worker.chmod(0o755)
 

@@ -28,6 +28,10 @@ bool same(const protocol::Failure& a, const protocol::Failure& b) {
     return a.description == b.description;
 }
 
+bool same(const protocol::Length& a, const protocol::Length& b) {
+    return a.frames == b.frames && a.sampleRate == b.sampleRate;
+}
+
 void expectThatItReadsBack(const protocol::Message& message) {
     std::string line = protocol::line(message);
     if (line.find('\n') != line.size() - 1) std::abort();

@@ -5,7 +5,8 @@
 
 #include "base/error.h"
 #include "fuzz/fuzzed_file.h"
-#include "platform/media/mp4_file_info.h"
+#include "platform/media/decoded_length.h"
+#include "platform/media/recorded_length.h"
 #include "platform/posix/regular_file.h"
 
 #include <algorithm>
@@ -21,7 +22,8 @@ constexpr std::int64_t longest = 2880000; // frames, a minute
 struct Enough {};
 
 void read(const std::filesystem::path& file) {
-    const std::int64_t announced = Mp4FileInfo().open(file).frames;
+    const std::int64_t announced = decodedLength(openRegularFile(file)).frames;
+    if (const auto recorded = recordedLength(file); recorded && recorded->frames != announced) std::abort();
     std::int64_t read = 0;
     const auto finite = [](float sample) { return std::isfinite(sample); };
     AudioReader reader(openRegularFile(file));

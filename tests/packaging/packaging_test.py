@@ -21,6 +21,7 @@ INSTALLED = sorted([
     "bin/murmelo",
     *ENGINE,
     "lib/murmelo/murmelo-late.so",
+    "libexec/murmelo/murmelo-audio-length",
     "libexec/murmelo/murmelo-speech-pocketsphinx",
     "libexec/murmelo/murmelo-speech-sherpa-onnx",
     f"share/applications/{NAME}.desktop",
@@ -171,19 +172,24 @@ class InstalledTree(unittest.TestCase):
         # No speech model is downloaded for this.
         home = {"PATH": "/usr/bin:/bin", "HOME": self.folder.name, "LANG": "en_US.UTF-8", "https_proxy": "http://127.0.0.1:9"}
         done = run(self.root / "bin/murmelo", "transcribe", recording, env=home)
-        workers = self.root / "libexec/murmelo"
-        hidden = workers.rename(workers.with_suffix(".hidden"))
-        without = run(self.root / "bin/murmelo", "transcribe", recording, env=home)
-        hidden.rename(workers)
-        self.assertIn(f"The speech worker {workers}/murmelo-speech-pocketsphinx is missing", without.stderr)
+        for name in ("murmelo-speech-pocketsphinx", "murmelo-audio-length"):
+            worker = self.root / "libexec/murmelo" / name
+            hidden = worker.rename(worker.with_suffix(".hidden"))
+            without = run(self.root / "bin/murmelo", "transcribe", recording, env=home)
+            hidden.rename(worker)
+            self.assertIn(f"The speech worker {worker} is missing", without.stderr)
         self.assertNotIn("is missing", done.stderr)
 
     def test_the_heaviest_libraries_come_with_the_module_only(self):
         needed = {file: checked("readelf", "--dynamic", self.root / file)
                   for file in ("bin/murmelo", "lib/murmelo/murmelo-late.so")}
-        for library in ("libavcodec", "libavformat", "libcurl", "libarchive"):
+        for library in ("libavcodec", "libcurl", "libarchive"):
             self.assertNotIn(f"[{library}", needed["bin/murmelo"])
             self.assertIn(f"[{library}", needed["lib/murmelo/murmelo-late.so"])
+
+    def test_the_program_itself_has_no_library_that_reads_files_of_others(self):
+        for file in ("bin/murmelo", "lib/murmelo/murmelo-late.so"):
+            self.assertNotIn("[libavformat", checked("readelf", "--dynamic", self.root / file))
 
     def test_without_its_module_the_installed_program_says_so(self):
         module = self.root / "lib/murmelo/murmelo-late.so"

@@ -8,6 +8,7 @@ namespace {
 
 using protocol::End;
 using protocol::Failure;
+using protocol::Length;
 using protocol::parse;
 using protocol::Utterance;
 using protocol::Violation;
@@ -26,6 +27,10 @@ TEST(Protocol, MessagesReadBackAsWritten) {
     EXPECT_EQ(utterance.text, "Say \"caf\u00e9\"\n\\");
     EXPECT_EQ(roundTrip(End{12.5}).lastSampleTime, 12.5);
     EXPECT_EQ(roundTrip(End{}).lastSampleTime, std::nullopt);
+    EXPECT_EQ(roundTrip(Length{576000, 44100}).frames, 576000);
+    EXPECT_EQ(roundTrip(Length{576000, 44100}).sampleRate, 44100);
+    EXPECT_EQ(roundTrip(Length{std::numeric_limits<std::int64_t>::max(), 1}).frames,
+              std::numeric_limits<std::int64_t>::max());
     EXPECT_EQ(roundTrip(Failure{"It broke."}).description, "It broke.");
 }
 
@@ -55,6 +60,14 @@ TEST(Protocol, EverythingElseIsAViolation) {
                                    "{}",
                                    "{",
                                    R"({"x":1})",
+                                   R"({"frames":1})",
+                                   R"({"frames":1,"sampleRate":null})",
+                                   R"({"frames":1,"sampleRate":0.5})",
+                                   R"({"frames":1,"sampleRate":"48000"})",
+                                   R"({"frames":-1,"sampleRate":48000})",
+                                   R"({"frames":1.5,"sampleRate":48000})",
+                                   R"({"frames":9223372036854775808,"sampleRate":48000})",
+                                   R"({"frames":1,"sampleRate":48000,"text":"a"})",
                                    R"({"text":"a"})",
                                    R"({"start":1,"text":"a"})",
                                    R"({"start":1,"end":"2","text":"a"})",

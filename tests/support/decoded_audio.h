@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/media/audio_reader.h"
+#include "platform/media/decoded_length.h"
 #include "platform/posix/regular_file.h"
 
 #include <filesystem>
@@ -21,4 +22,9 @@ inline DecodedAudio decodeAll(const std::filesystem::path& file) {
         audio.right.insert(audio.right.end(), block->right.begin(), block->right.end());
     }
     return audio;
+}
+
+/// Of a file that was found, not handed over.
+inline AudioFileFacts decodedLengthOf(const std::filesystem::path& file) {
+    return decodedLength(openRegularFile(file));
 }

@@ -18,7 +18,7 @@ class FileTranscription : public testing::Test {
   protected:
     FileTranscription() {
         m_engine.scripts.resize(1);
-        m_files.facts["voice.m4a"] = {48000, 48000};
+        m_files.known["voice.m4a"] = {48000, 48000};
     }
     SpeechScript& script() { return m_engine.scripts.front(); }
     std::vector<Segment> transcribe() {
@@ -141,7 +141,7 @@ TEST_F(FileTranscription, FailedDownloadEndsItBeforeTheFileIsOpened) {
 }
 
 TEST_F(FileTranscription, UnreadableFileEndsItBeforeAnyAnalysis) {
-    m_files.facts.clear();
+    m_files.known.clear();
     EXPECT_EQ(failure(), FakeAudioFileInfo::unreadable().printed());
     EXPECT_EQ(m_journal.calls(), (Calls{"module en_US", "installationRequest", "open voice.m4a", "~module"}));
 }

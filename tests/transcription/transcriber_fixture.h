@@ -27,7 +27,7 @@ class TranscriberTest : public testing::Test {
     }
     void addFile(const std::string& name, AudioFileFacts facts) {
         writeFile(m_folder / name, "audio");
-        m_files.facts[name] = facts;
+        m_files.known[name] = facts;
     }
     static SpeechScript hears(std::vector<SpeechResult> results) {
         SpeechScript script;

@@ -102,18 +102,35 @@ TEST_F(TranscribeRecording, AnUnreadableTrackIsSkippedSilently) {
     EXPECT_EQ(m_log.messages(), (Lines{"[ts] locale=en_US", "[ts] wrote transcript.txt segments=1"}));
 }
 
+TEST_F(TranscribeRecording, TheLengthOfATrackIsTakenOnce) {
+    addTrack("voice.m4a", 12, hears({{"one", 1}}));
+    transcribe();
+    const auto calls = m_journal.calls();
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "facts voice.m4a"), 1);
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "open voice.m4a"), 1);
+}
+
+TEST_F(TranscribeRecording, AStopWhileALengthIsTakenEndsItAsCancelled) {
+    addTrack("voice.m4a", 12, hears({{"never heard", 1}}));
+    m_files.inFacts = [this](const std::stop_token& stop) {
+        m_caller.request_stop();
+        if (stop.stop_requested()) throw FakeAudioFileInfo::unreadable();
+    };
+    EXPECT_EQ(failure(), cancelled);
+    EXPECT_EQ(m_log.messages(), Lines{"[ts] locale=en_US"});
+    EXPECT_FALSE(called("module en_US"));
+}
+
 TEST_F(TranscribeRecording, AReaderThatBreaksItsWordIsSkippedSilentlyToo) {
     addTrack("voice.m4a", 12, hears({{"one", 1}}));
-    m_files.inOpen = [](const std::string&) { throw std::length_error("absurd file"); };
+    m_files.inFacts = [](const std::stop_token&) { throw std::length_error("absurd file"); };
     EXPECT_EQ(failure(), noSpeech);
     EXPECT_EQ(m_log.messages(), Lines{"[ts] locale=en_US"});
 }
 
 TEST_F(TranscribeRecording, ATrackThatBecomesUnreadableAfterItsLengthWasTakenFails) {
     addTrack("voice.m4a", 12);
-    m_files.inOpen = [opens = 0](const std::string&) mutable {
-        if (++opens == 2) throw FakeAudioFileInfo::unreadable();
-    };
+    m_files.inOpen = [] { throw FakeAudioFileInfo::unreadable(); };
     EXPECT_EQ(failure(), noSpeech);
     EXPECT_EQ(m_log.messages().back(), "[ts] voice.m4a failed: " + FakeAudioFileInfo::unreadable().printed());
 }

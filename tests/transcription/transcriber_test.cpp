@@ -72,8 +72,8 @@ TEST_F(TranscribeRecording, TracksAreTranscribedOneAfterTheOtherTheMicrophoneFir
     transcribe();
     EXPECT_EQ(
         m_journal.calls(),
-        (Lines{"open voice.m4a", "module en_US", "installationRequest", "open voice.m4a", "collectResults",
-               "analyse voice.m4a", "finalizeAndFinish 60.0", "waitForResults", "~module", "open system.m4a",
+        (Lines{"facts voice.m4a", "module en_US", "installationRequest", "open voice.m4a", "collectResults",
+               "analyse voice.m4a", "finalizeAndFinish 60.0", "waitForResults", "~module", "facts system.m4a",
                "module en_US", "installationRequest", "open system.m4a", "collectResults",
                "analyse system.m4a", "finalizeAndFinish 60.0", "waitForResults", "~module"}));
 }
@@ -83,6 +83,7 @@ TEST_F(TranscribeRecording, MixIsNotTranscribed) {
     addTrack("mix.m4a", 12, hears({{"b", 1}}));
     transcribe();
     EXPECT_EQ(text(), "[00:01] You: a");
+    EXPECT_FALSE(called("facts mix.m4a"));
     EXPECT_FALSE(called("open mix.m4a"));
 }
 

@@ -6,7 +6,6 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
 #include <libavutil/tx.h>
 #include <libswresample/swresample.h>
 }
@@ -19,11 +18,6 @@ void FfmpegDeleter::operator()(AVFrame* frame) const noexcept {
     av_frame_free(&frame);
 }
 
-void FfmpegDeleter::operator()(AVIOContext* io) const noexcept {
-    av_freep(&io->buffer);
-    avio_context_free(&io);
-}
-
 void FfmpegDeleter::operator()(AVPacket* packet) const noexcept {
     av_packet_free(&packet);
 }
@@ -34,10 +28,6 @@ void FfmpegDeleter::operator()(AVTXContext* transform) const noexcept {
 
 void FfmpegDeleter::operator()(SwrContext* resampler) const noexcept {
     swr_free(&resampler);
-}
-
-void FormatInputDeleter::operator()(AVFormatContext* format) const noexcept {
-    avformat_close_input(&format);
 }
 
 int checked(int result, std::string_view what) {

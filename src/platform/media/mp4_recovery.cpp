@@ -17,19 +17,6 @@ namespace {
 
 using State = RecoveredFile::State;
 
-/// Where a closed hole says that the index begins; nothing for an open one.
-std::optional<std::uint64_t> placeOfIndex(std::span<const std::uint8_t> head) {
-    const auto hole = head.subspan(holeOffset, holeSize);
-    const std::uint64_t small = holeOffset + 8 + bigEndian(hole, 8, 4);
-    const std::uint64_t large = holeOffset + bigEndian(hole, 8, 8);
-    for (const std::uint64_t place : {small, large}) {
-        if (place < holeOffset + holeSize) continue;
-        const std::vector<std::uint8_t> closed = closedHole(place);
-        if (std::equal(closed.begin(), closed.end(), hole.begin(), hole.end())) return place;
-    }
-    return std::nullopt;
-}
-
 double inSeconds(std::uint64_t frames, const AacStream& stream) {
     return static_cast<double>(frames) / stream.sampleRate;
 }
@@ -44,10 +31,8 @@ RecoveredFile Mp4Recovery::recoverOpened(OutputFile& file, Mode mode) {
         return {file.path(), State::foreign, 0,
                 head.empty() ? "It is empty." : "It is not a recording of Murmelo."};
 
-    if (const auto place = placeOfIndex(head))
-        if (const auto closed = Mp4Track::fromIndex(*stream, file, *place))
-            if (const auto frames = closed->framesOfIndex(file))
-                return {file.path(), State::whole, inSeconds(*frames, *stream)};
+    if (const auto frames = Mp4Track::framesOfClosed(*stream, file))
+        return {file.path(), State::whole, inSeconds(*frames, *stream)};
 
     const Mp4Track track = Mp4Track::fromFragments(*stream, file);
     const std::uint64_t frames = track.framesOfIndex(file).value_or(track.wholeFrames());

@@ -113,7 +113,7 @@ void Mp4Track::close(OutputFile& file, std::uint64_t frames) const {
     file.write(closedHole(m_end), holeOffset);
 }
 
-std::optional<std::uint64_t> Mp4Track::framesOfIndex(const OutputFile& file) const {
+std::optional<std::uint64_t> Mp4Track::framesOfIndex(const ReadableFile& file) const {
     std::vector<std::uint8_t> found(128);
     if (!file.read(found, m_end)) return std::nullopt;
     const std::uint64_t frames = bigEndian(contentOfBox(found, {"moov", "mvhd"}), 24, 8);

@@ -8,6 +8,7 @@
 #include <vector>
 
 class OutputFile;
+class ReadableFile;
 
 /// What is known of a file with one AAC track while it grows: its head, its fragments and the sizes of their
 /// packets. Knows how the file is closed; recording and recovery close with the same step. Takes two bytes of
@@ -37,13 +38,16 @@ class Mp4Track {
 
     /// How many samples count after the index that a file has: when that is, from the fragments to the end of
     /// the file, exactly the one that close() writes. Throws Error when the file cannot be read.
-    std::optional<std::uint64_t> framesOfIndex(const OutputFile& file) const;
+    std::optional<std::uint64_t> framesOfIndex(const ReadableFile& file) const;
 
+    /// How many samples count in a file of that stream that is closed and whole (see framesOfIndex); nothing
+    /// for any other. Throws Error when the file cannot be read.
+    static std::optional<std::uint64_t> framesOfClosed(const AacStream& stream, const ReadableFile& file);
     /// The fragments that a file of that stream has: all whole ones in a row from the first on.
-    static Mp4Track fromFragments(const AacStream& stream, const OutputFile& file);
+    static Mp4Track fromFragments(const AacStream& stream, const ReadableFile& file);
     /// The fragments of which an index tells that a file of that stream has there. Nothing when it is not an
     /// index of ours or not for this place; framesOfIndex knows for certain.
-    static std::optional<Mp4Track> fromIndex(const AacStream& stream, const OutputFile& file,
+    static std::optional<Mp4Track> fromIndex(const AacStream& stream, const ReadableFile& file,
                                              std::uint64_t indexOffset);
 
   private:

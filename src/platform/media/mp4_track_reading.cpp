@@ -1,13 +1,14 @@
 #include "platform/media/mp4_track.h"
-#include "platform/posix/output_file.h"
+#include "platform/posix/readable_file.h"
 
 #include <algorithm>
+#include <array>
 
 namespace {
 
 /// The packet sizes of the fragment that begins there; none when it is not whole, or not the next one of
 /// ours.
-std::vector<std::uint16_t> nextFragment(const Mp4Track& track, const OutputFile& file,
+std::vector<std::uint16_t> nextFragment(const Mp4Track& track, const ReadableFile& file,
                                         std::uint64_t fileSize) {
     std::vector<std::uint8_t> found(fragmentCountOffset + 4);
     if (!file.read(found, track.end())) return {};
@@ -28,9 +29,30 @@ std::vector<std::uint16_t> nextFragment(const Mp4Track& track, const OutputFile&
     return sizes;
 }
 
+/// Where a closed hole says that the index begins; nothing for an open one.
+std::optional<std::uint64_t> placeOfIndex(const ReadableFile& file) {
+    std::array<std::uint8_t, holeSize> hole{};
+    if (!file.read(hole, holeOffset)) return std::nullopt;
+    const std::uint64_t small = holeOffset + 8 + bigEndian(hole, 8, 4);
+    const std::uint64_t large = holeOffset + bigEndian(hole, 8, 8);
+    for (const std::uint64_t place : {small, large}) {
+        if (place < holeOffset + holeSize) continue;
+        const std::vector<std::uint8_t> closed = closedHole(place);
+        if (std::equal(closed.begin(), closed.end(), hole.begin(), hole.end())) return place;
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
-Mp4Track Mp4Track::fromFragments(const AacStream& stream, const OutputFile& file) {
+std::optional<std::uint64_t> Mp4Track::framesOfClosed(const AacStream& stream, const ReadableFile& file) {
+    const auto place = placeOfIndex(file);
+    if (!place) return std::nullopt;
+    const auto closed = fromIndex(stream, file, *place);
+    return closed ? closed->framesOfIndex(file) : std::nullopt;
+}
+
+Mp4Track Mp4Track::fromFragments(const AacStream& stream, const ReadableFile& file) {
     const std::uint64_t fileSize = file.size();
     Mp4Track track(stream);
     for (;;) {
@@ -40,7 +62,7 @@ Mp4Track Mp4Track::fromFragments(const AacStream& stream, const OutputFile& file
     }
 }
 
-std::optional<Mp4Track> Mp4Track::fromIndex(const AacStream& stream, const OutputFile& file,
+std::optional<Mp4Track> Mp4Track::fromIndex(const AacStream& stream, const ReadableFile& file,
                                             std::uint64_t indexOffset) {
     constexpr std::uint64_t largest = std::uint64_t{64} << 20; // four days
     const std::uint64_t fileSize = file.size();

@@ -2,6 +2,7 @@
 
 #include "platform/posix/file_calls.h"
 #include "platform/posix/file_handle.h"
+#include "platform/posix/readable_file.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -12,7 +13,7 @@
 ///
 /// Interrupted calls are repeated. Throws Error "posix". Used by one thread at a time, but for syncData and
 /// sync, which may run beside everything else.
-class OutputFile {
+class OutputFile final : public ReadableFile {
   public:
     /// A new file that only its owner may read; what is there already is EEXIST and stays as it is. Where a
     /// file system has no locks the file is not locked.
@@ -23,9 +24,8 @@ class OutputFile {
 
     const std::filesystem::path& path() const { return m_path; }
 
-    std::uint64_t size() const;
-    /// Fills the bytes from that place on; false when the file ends before.
-    bool read(std::span<std::uint8_t> bytes, std::uint64_t at) const;
+    std::uint64_t size() const override;
+    bool read(std::span<std::uint8_t> bytes, std::uint64_t at) const override;
     /// All of the bytes. When it throws, some of them may be there.
     void write(std::span<const std::uint8_t> bytes, std::uint64_t at);
     /// Also gives back what was reserved beyond that size.

@@ -4,7 +4,7 @@
 #include <variant>
 
 void WorkerAnswer::read(std::string_view line) {
-    if (m_end || m_failure) throw protocol::Violation("a line behind the last one");
+    if (m_end || m_failure || m_length) throw protocol::Violation("a line behind the last one");
     std::visit([this](auto&& message) { take(std::forward<decltype(message)>(message)); },
                protocol::parse(line));
 }

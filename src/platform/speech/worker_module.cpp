@@ -5,27 +5,11 @@
 #include "base/recording_files.h"
 #include "platform/posix/child_process.h"
 #include "platform/posix/regular_file.h"
-#include "platform/speech/worker_answer.h"
-#include "platform/speech/worker_engine.h"
+#include "platform/speech/worker_run.h"
 
-#include <algorithm>
-#include <cstring>
 #include <utility>
 
 namespace {
-
-Error failure(EngineFailure code, const std::string& description) {
-    return {"engine", static_cast<int>(code), description};
-}
-
-/// On one line, whatever the worker wrote.
-void logErrors(const ChildProcess& worker) {
-    std::string text = worker.errors();
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, ' ');
-    text.erase(text.find_last_not_of(' ') + 1);
-    if (!text.empty()) DebugLog::log("[ts] speech worker: " + text);
-}
 
 /// Of a recording's microphone track: what the computer played meanwhile. Nothing is open where there is
 /// none.
@@ -42,31 +26,13 @@ FileHandle systemTrackBeside(const std::filesystem::path& file) {
     }
 }
 
-/// Throws unless the worker ended in order with its last word said.
-std::optional<double> conclude(const ChildEnd& end, const WorkerAnswer& answer) {
-    if (end.how == ChildEnd::How::stopped)
-        throw failure(EngineFailure::stopped, "The transcription was stopped.");
-    if (end.how == ChildEnd::How::lineTooLong)
-        throw failure(EngineFailure::badOutput, "The speech worker wrote a line without end.");
-    if (end.how == ChildEnd::How::signalled)
-        throw failure(EngineFailure::crashed,
-                      "The speech worker crashed: " + std::string(::strsignal(end.value)) + ".");
-    if (answer.failure()) throw failure(EngineFailure::reported, answer.failure()->description);
-    if (end.value != 0)
-        throw failure(EngineFailure::crashed,
-                      "The speech worker ended with status " + std::to_string(end.value) + ".");
-    if (!end.wholeLines || !answer.end())
-        throw failure(EngineFailure::badOutput, "The speech worker ended before its answer was complete.");
-    return answer.end()->lastSampleTime;
-}
-
 } // namespace
 
 WorkerModule::WorkerModule(SpeechWorker worker) : m_worker(std::move(worker)) {}
 
 void WorkerModule::requireInstalled() const {
     const std::string missing = m_worker.missingPart();
-    if (!missing.empty()) throw failure(EngineFailure::notInstalled, missing);
+    if (!missing.empty()) throw engineFailure(EngineFailure::notInstalled, missing);
 }
 
 std::unique_ptr<InstallationRequest> WorkerModule::installationRequest() {
@@ -88,21 +54,10 @@ std::optional<double> WorkerModule::analyse(const std::filesystem::path& file, s
         arguments.insert(arguments.end(), {"--reference", std::to_string(ChildProcess::firstFile + 1)});
     }
     arguments.push_back(std::to_string(ChildProcess::firstFile));
-    ChildProcess worker(m_worker.program, arguments, std::move(files));
     WorkerAnswer answer(m_handler);
-    try {
-        const auto lastSampleTime =
-            conclude(worker.run([&](std::string_view line) { answer.read(line); }, stop), answer);
-        logErrors(worker);
-        return lastSampleTime;
-    } catch (const protocol::Violation& violation) {
-        logErrors(worker);
-        throw failure(EngineFailure::badOutput,
-                      "The speech worker wrote what is no answer: " + std::string(violation.what()) + ".");
-    } catch (const Error&) {
-        if (!stop.stop_requested()) logErrors(worker);
-        throw;
-    }
+    runWorkerProgram(m_worker.program, arguments, std::move(files), answer, stop);
+    if (!answer.end()) throw incompleteAnswer();
+    return answer.end()->lastSampleTime;
 }
 
 void WorkerModule::finalizeAndFinish(double) {}

@@ -37,7 +37,7 @@ TEST_F(AacFileWriterTest, DecodesToExactlyAsManyFramesAsWereWritten) {
         const std::vector<float> sound = noise(frames);
         const auto file = recorded(std::to_string(frames) + ".m4a", sound, sound);
         EXPECT_EQ(decodeAll(file).left.size(), frames);
-        const AudioFileFacts facts = Mp4FileInfo().open(file);
+        const AudioFileFacts facts = decodedLengthOf(file);
         EXPECT_EQ(facts.frames, static_cast<std::int64_t>(frames));
         EXPECT_EQ(facts.sampleRate, 48000.0);
     }
@@ -45,7 +45,7 @@ TEST_F(AacFileWriterTest, DecodesToExactlyAsManyFramesAsWereWritten) {
 
 TEST_F(AacFileWriterTest, FileWithoutAFrameIsAReadableFileOfLengthZero) {
     const auto file = recorded("empty.m4a", {}, {});
-    EXPECT_EQ(Mp4FileInfo().open(file).frames, 0);
+    EXPECT_EQ(decodedLengthOf(file).frames, 0);
     EXPECT_TRUE(decodeAll(file).left.empty());
 }
 
@@ -149,7 +149,7 @@ TEST_F(AacFileWriterTest, FolderWithoutPermissionIsRefused) {
 TEST_F(AacFileWriterTest, PathMayHoldSpacesColonsAndLettersOfAnyScript) {
     const std::vector<float> sound = noise(5000);
     for (const std::string name : {"Überprüfung – 会議 1.m4a", "http:voice.m4a", "50%d.m4a", "-i.m4a"})
-        EXPECT_EQ(Mp4FileInfo().open(recorded(name, sound, sound)).frames, 5000) << name;
+        EXPECT_EQ(decodedLengthOf(recorded(name, sound, sound)).frames, 5000) << name;
 }
 
 TEST_F(AacFileWriterTest, TwoFilesAtATimeDoNotDisturbEachOther) {
@@ -202,8 +202,8 @@ TEST_F(AacFileWriterTest, FileOutlivesItsFactoryAndTheLastToGoWaitsForTheDisk) {
     second->write(sound, sound);
     second.reset();
     EXPECT_EQ(calls.count, begun + 2);
-    EXPECT_EQ(Mp4FileInfo().open(folder / "voice.m4a").frames, 100000);
-    EXPECT_EQ(Mp4FileInfo().open(folder / "mix.m4a").frames, 100000);
+    EXPECT_EQ(decodedLengthOf(folder / "voice.m4a").frames, 100000);
+    EXPECT_EQ(decodedLengthOf(folder / "mix.m4a").frames, 100000);
 }
 
 TEST_F(AacFileWriterTest, OtherProgramsSeeAnOrdinaryFile) {

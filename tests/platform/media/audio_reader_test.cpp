@@ -27,7 +27,7 @@ class AudioReaderTest : public MediaTest {
             }
             return "none";
         };
-        std::string ofLength = errorOf([&] { Mp4FileInfo().open(file); });
+        std::string ofLength = errorOf([&] { decodedLengthOf(file); });
         EXPECT_EQ(errorOf([&] { decodeTo16kMono(openRegularFile(file), [](std::span<const float>) {}); }),
                   ofLength);
         return ofLength;
@@ -106,9 +106,9 @@ TEST_F(AudioReaderTest, OtherKindsOfFilesAreRefused) {
 TEST_F(AudioReaderTest, FilesOfOtherProgramsAreReadAtTheirOwnRate) {
     if (ffmpegIsMissing()) GTEST_SKIP() << "ffmpeg is not installed";
     const auto mono = foreign("mono.m4a", "-f lavfi -i sine=d=1:r=44100 -c:a aac");
-    EXPECT_EQ(Mp4FileInfo().open(mono).sampleRate, 44100.0);
+    EXPECT_EQ(decodedLengthOf(mono).sampleRate, 44100.0);
     const DecodedAudio decoded = decodeAll(mono);
-    EXPECT_EQ(static_cast<std::int64_t>(decoded.left.size()), Mp4FileInfo().open(mono).frames);
+    EXPECT_EQ(static_cast<std::int64_t>(decoded.left.size()), decodedLengthOf(mono).frames);
     EXPECT_NEAR(static_cast<double>(decoded.left.size()), 44100.0, 50.0); // its times are milliseconds
     EXPECT_EQ(decoded.left, decoded.right);
     EXPECT_NEAR(static_cast<double>(speechSamples(mono).size()), 16000.0, 20.0);
@@ -122,9 +122,9 @@ TEST_F(AudioReaderTest, FragmentedFileHasNoIndexAndIsReadAsWell) {
                                                           "' -c copy -movflags empty_moov+delay_moov "
                                                           "-frag_duration 300000");
     // The last packet's length is only in the index.
-    EXPECT_EQ(Mp4FileInfo().open(fragmented).frames, (96000 + 1023) / 1024 * 1024);
+    EXPECT_EQ(decodedLengthOf(fragmented).frames, (96000 + 1023) / 1024 * 1024);
     const std::vector<float> decoded = decodeAll(fragmented).left;
-    EXPECT_EQ(static_cast<std::int64_t>(decoded.size()), Mp4FileInfo().open(fragmented).frames);
+    EXPECT_EQ(static_cast<std::int64_t>(decoded.size()), decodedLengthOf(fragmented).frames);
     const std::vector<float> expected = decodeAll(whole).left;
     EXPECT_TRUE(std::equal(expected.begin(), expected.end(), decoded.begin()));
 }

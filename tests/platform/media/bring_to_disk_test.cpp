@@ -18,9 +18,7 @@ class BringToDiskTest : public MediaTest {
         const std::vector<float> sound = noise(static_cast<std::size_t>(frames));
         writer.write(sound, sound);
     }
-    static std::int64_t framesOf(const std::filesystem::path& file) {
-        return Mp4FileInfo().open(file).frames;
-    }
+    static std::int64_t framesOf(const std::filesystem::path& file) { return decodedLengthOf(file).frames; }
 
     const std::filesystem::path file = folder / "voice.m4a";
 };

@@ -1,5 +1,6 @@
 #include "base/error.h"
 #include "platform/media/media_fixture.h"
+#include "platform/media/recorded_length.h"
 
 #include <chrono>
 #include <cmath>
@@ -18,7 +19,7 @@ class DamagedFileTest : public MediaTest {
         writeFile(file, content);
         std::int64_t announced = -1;
         try {
-            announced = Mp4FileInfo().open(file).frames;
+            announced = decodedLengthOf(file).frames;
             std::int64_t decoded = 0;
             AudioReader reader(openRegularFile(file));
             while (const auto block = reader.next()) {
@@ -27,6 +28,9 @@ class DamagedFileTest : public MediaTest {
                 decoded += static_cast<std::int64_t>(block->left.size());
             }
             EXPECT_EQ(decoded, announced);
+            if (const auto recorded = recordedLength(file)) {
+                EXPECT_EQ(recorded->frames, announced);
+            }
             decodeTo16kMono(openRegularFile(file), [](std::span<const float>) {});
         } catch (const Error& error) {
             EXPECT_FALSE(error.localizedDescription().empty());

@@ -24,7 +24,7 @@ using FfmpegLogTest = MediaTest;
 
 TEST_F(FfmpegLogTest, MessageIsALineOfTheDebugLogWithTheNameOfFfmpegsPart) {
     writeFile(folder / "rubbish.m4a", "rubbish");
-    EXPECT_THROW(Mp4FileInfo().open(folder / "rubbish.m4a"), Error);
+    EXPECT_THROW(decodedLengthOf(folder / "rubbish.m4a"), Error);
     ASSERT_FALSE(log.messages().empty());
     EXPECT_EQ(log.messages().front(), "[rec] mov,mp4,m4a,3gp,3g2,mj2: moov atom not found");
 }
@@ -32,7 +32,7 @@ TEST_F(FfmpegLogTest, MessageIsALineOfTheDebugLogWithTheNameOfFfmpegsPart) {
 TEST_F(FfmpegLogTest, NothingGoesToStandardError) {
     writeFile(folder / "rubbish.m4a", "rubbish");
     testing::internal::CaptureStderr();
-    EXPECT_THROW(Mp4FileInfo().open(folder / "rubbish.m4a"), Error);
+    EXPECT_THROW(decodedLengthOf(folder / "rubbish.m4a"), Error);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 

@@ -62,9 +62,9 @@ TEST_F(FullDiskTest, FileIsClosedBeforeItsLargestSizeAndEveryLaterWriteFailsTheS
         EXPECT_EQ(writeUntilFull(*writer), std::pair(0, EFBIG));
     }
     EXPECT_EQ(openDescriptors(), before);
-    const double length = static_cast<double>(Mp4FileInfo().open(file).frames) / 48000;
+    const double length = static_cast<double>(decodedLengthOf(file).frames) / 48000;
     EXPECT_GE(length, 55.0);
-    EXPECT_EQ(decodeAll(file).left.size(), static_cast<std::size_t>(Mp4FileInfo().open(file).frames));
+    EXPECT_EQ(decodeAll(file).left.size(), static_cast<std::size_t>(decodedLengthOf(file).frames));
     const std::string end = minutesAndSeconds(length);
     EXPECT_EQ(log.messages(), std::vector{"[rec] voice.m4a ends at " + end +
                                           ": Error Domain=posix Code=27 \"File too large\""});
@@ -109,9 +109,9 @@ TEST_F(FullDiskTest, AllThreeFilesAreClosedOrdinaryAndPlayableBeforeTheDiskIsFul
 
     for (const std::string& name : names) {
         EXPECT_TRUE(isOrdinary(disk / name)) << name;
-        EXPECT_GE(Mp4FileInfo().open(disk / name).frames, 55 * 48000) << name;
+        EXPECT_GE(decodedLengthOf(disk / name).frames, 55 * 48000) << name;
         EXPECT_EQ(decodeAll(disk / name).left.size(),
-                  static_cast<std::size_t>(Mp4FileInfo().open(disk / name).frames));
+                  static_cast<std::size_t>(decodedLengthOf(disk / name).frames));
     }
     EXPECT_EQ(log.messages().size(), 3U);
     ASSERT_EQ(notices.size(), 1U);

@@ -1,6 +1,6 @@
-#include "platform/media/mp4_file_info.h"
 #include "platform/media/mp4_recovery.h"
 #include "platform/posix/file_handle.h"
+#include "support/decoded_audio.h"
 #include "support/environment.h"
 #include "support/log_capture.h"
 #include "support/recorder_progress.h"
@@ -76,7 +76,7 @@ class KillTest : public testing::Test {
             EXPECT_TRUE(result.state == State::whole || (last && result.state == State::mended))
                 << file << result.reason;
             const std::int64_t frames = std::llround(result.seconds * 48000);
-            EXPECT_EQ(Mp4FileInfo().open(file).frames, frames);
+            EXPECT_EQ(decodedLengthOf(file).frames, frames);
             EXPECT_TRUE(last || frames == recorded) << file;
             if (!last) continue;
             lost = std::max<std::int64_t>(recorded - frames, 0);

@@ -1,6 +1,7 @@
 #include "platform/media/media_fixture.h"
 #include "platform/media/mp4_recovery.h"
 #include "platform/media/mp4_track_writer.h"
+#include "platform/media/recorded_length.h"
 #include "support/file_journal.h"
 
 #include <cstring>
@@ -37,12 +38,14 @@ TEST_F(MediaTest, FileAboveFourGibibytesIsClosedAndMendedLikeAnyOther) {
         for (std::int64_t i = 0; i < packets; ++i) writer.append({bytes, (i - 1) * 1024, 1024});
     } // not finished, as after a crash
     EXPECT_GT(std::filesystem::file_size(file), std::uintmax_t{1} << 32);
+    EXPECT_EQ(recordedLength(file).value().frames, frames) << "open";
     Mp4Recovery recovery(calls);
     const RecoveredFile mended = recovery.recoverFile(file, RecordingRecovery::Mode::mend);
     EXPECT_EQ(mended.state, RecoveredFile::State::mended);
     EXPECT_EQ(mended.seconds, frames / 48000.0);
     EXPECT_EQ(recovery.recoverFile(file, RecordingRecovery::Mode::mend).state, RecoveredFile::State::whole);
-    EXPECT_EQ(Mp4FileInfo().open(file).frames, frames);
+    EXPECT_EQ(decodedLengthOf(file).frames, frames);
+    EXPECT_EQ(recordedLength(file).value().frames, frames) << "closed";
 }
 
 } // namespace

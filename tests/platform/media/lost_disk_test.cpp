@@ -56,7 +56,7 @@ TEST_F(LostDiskTest, QuotaThatIsUsedUpClosesTheFile) {
               Texts{"[rec] voice.m4a ends at 00:02: Error Domain=posix Code=122 \"Disk quota exceeded\""});
     EXPECT_EQ(notices.told(), Texts{"Your share of the disk is used up. The recording ends at 00:02, and "
                                     "everything up to there is saved."});
-    EXPECT_EQ(Mp4FileInfo().open(file).frames, framesOfFragments(6));
+    EXPECT_EQ(decodedLengthOf(file).frames, framesOfFragments(6));
     EXPECT_EQ(recover(), State::whole);
 }
 
@@ -75,7 +75,7 @@ TEST_F(LostDiskTest, DiskThatBecomesReadOnlyEndsTheFileWhenAMinuteWaits) {
                "[rec] closing voice.m4a failed: Error Domain=posix Code=30 \"Read-only file system\""}));
     EXPECT_EQ(notices.told(), Texts{"The disk does not take the recording (Read-only file system). The "
                                     "recording ends at 00:02, and everything up to there is saved."});
-    EXPECT_EQ(Mp4FileInfo().open(file).frames, framesOfFragments(6));
+    EXPECT_EQ(decodedLengthOf(file).frames, framesOfFragments(6));
     EXPECT_EQ(recover(), State::mended);
 }
 
@@ -103,7 +103,7 @@ TEST_F(LostDiskTest, FileThatIsMovedAsideIsNotDeleted) {
     std::filesystem::rename(file, folder / "moved.m4a");
     EXPECT_TRUE(write(*writer, 2));
     writer.reset();
-    EXPECT_EQ(Mp4FileInfo().open(folder / "moved.m4a").frames, 4 * 48000);
+    EXPECT_EQ(decodedLengthOf(folder / "moved.m4a").frames, 4 * 48000);
     EXPECT_TRUE(notices.told().empty());
 }
 
@@ -114,7 +114,7 @@ TEST_F(LostDiskTest, DiskThatStallsForTwoMinutesHoldsNeitherTheWritingNorTheClos
     calls.stall(StallingCalls::What::syncs);
     EXPECT_TRUE(write(*writer, 2 * minute));
     writer.reset();
-    EXPECT_EQ(Mp4FileInfo().open(file).frames, 2 * minute * 48000);
+    EXPECT_EQ(decodedLengthOf(file).frames, 2 * minute * 48000);
     EXPECT_EQ(recover(), State::inUse);
     EXPECT_EQ(log.messages(), Texts{"[rec] voice.m4a may not be on the disk: Error Domain=posix Code=110 "
                                     "\"Connection timed out\""});
@@ -131,10 +131,10 @@ TEST_F(LostDiskTest, WriteThatStallsLosesNothingOfWhatWaitsForIt) {
     calls.stall(StallingCalls::What::writesAndSyncs);
     for (int i = 0; i < 2 * minute; ++i) queue.async([&] { EXPECT_TRUE(write(*writer, 1)); });
     calls.waitUntilStuck();
-    EXPECT_EQ(Mp4FileInfo().open(file).frames, 0) << "readable meanwhile";
+    EXPECT_EQ(decodedLengthOf(file).frames, 0) << "readable meanwhile";
     calls.goOn();
     queue.sync([&] { writer.reset(); });
-    EXPECT_EQ(Mp4FileInfo().open(file).frames, 2 * minute * 48000);
+    EXPECT_EQ(decodedLengthOf(file).frames, 2 * minute * 48000);
     EXPECT_TRUE(notices.told().empty());
 }
 
@@ -163,7 +163,7 @@ class RealLostDiskTest : public LostDiskTest {
         auto writer = create(voice, systemFileCalls());
         EXPECT_TRUE(write(*writer, 3));
         EXPECT_TRUE(writer->bringToDisk().get());
-        m_stored = Mp4FileInfo().open(voice).frames;
+        m_stored = decodedLengthOf(voice).frames;
         return writer;
     }
 
@@ -180,10 +180,10 @@ TEST_F(RealLostDiskTest, DiskThatTheKernelMakesReadOnlyKeepsWhatWasStored) {
     EXPECT_EQ(notices.told().back(),
               "The disk does not take the recording (Read-only file system). The recording "
               "ends at 00:02, and everything up to there is saved.");
-    EXPECT_EQ(Mp4FileInfo().open(voice).frames, m_stored);
+    EXPECT_EQ(decodedLengthOf(voice).frames, m_stored);
     ASSERT_TRUE(disk.mountAgain());
     EXPECT_EQ(Mp4Recovery().recoverFile(voice, RecordingRecovery::Mode::mend).state, State::mended);
-    EXPECT_EQ(Mp4FileInfo().open(voice).frames, m_stored);
+    EXPECT_EQ(decodedLengthOf(voice).frames, m_stored);
 }
 
 TEST_F(RealLostDiskTest, DiskThatIsPulledOutKeepsWhatWasStored) {
@@ -196,7 +196,7 @@ TEST_F(RealLostDiskTest, DiskThatIsPulledOutKeepsWhatWasStored) {
               "at 00:02, and everything up to there is saved.");
     ASSERT_TRUE(disk.mountAgain());
     EXPECT_EQ(Mp4Recovery().recoverFile(voice, RecordingRecovery::Mode::mend).state, State::mended);
-    EXPECT_EQ(Mp4FileInfo().open(voice).frames, m_stored);
+    EXPECT_EQ(decodedLengthOf(voice).frames, m_stored);
 }
 
 } // namespace

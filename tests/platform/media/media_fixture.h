@@ -1,7 +1,6 @@
 #pragma once
 
 #include "platform/media/aac_file_writer.h"
-#include "platform/media/mp4_file_info.h"
 #include "support/audio_signals.h"
 #include "support/decoded_audio.h"
 #include "support/log_capture.h"

@@ -62,7 +62,7 @@ TEST_F(WriteFaultsTest, AnyCallMayFailOnceOrForEverAndTheFileHoldsWhatWasStoredB
                     } else {
                         const std::int64_t stored =
                             std::max<std::int64_t>(framesOfFragments(calls.fragments()), 0);
-                        ASSERT_GE(Mp4FileInfo().open(file).frames,
+                        ASSERT_GE(decodedLengthOf(file).frames,
                                   std::min<std::int64_t>(stored, 48000 * seconds))
                             << what;
                         const RecoveredFile recovered =
@@ -98,7 +98,7 @@ TEST_F(WriteFaultsTest, DiskThatFailsForAMomentCostsNothing) {
     FailingCalls calls;
     calls.fail("pwrite", 2, EIO, false);
     ASSERT_TRUE(record(calls));
-    EXPECT_EQ(Mp4FileInfo().open(file).frames, 48000 * seconds);
+    EXPECT_EQ(decodedLengthOf(file).frames, 48000 * seconds);
     EXPECT_EQ(log.messages(),
               std::vector<std::string>{"[rec] writing voice.m4a failed, trying again twice a second: "
                                        "Error Domain=posix Code=5 \"Input/output error\""});
@@ -123,7 +123,7 @@ TEST_F(WriteFaultsTest, DiskThatFailsForAMinuteEndsTheFileAndTheUserIsTold) {
     EXPECT_EQ(notices.told(),
               std::vector<std::string>{"The disk does not take the recording (Input/output error). The "
                                        "recording ends at 00:02, and everything up to there is saved."});
-    EXPECT_EQ(Mp4FileInfo().open(file).frames, framesOfFragments(6));
+    EXPECT_EQ(decodedLengthOf(file).frames, framesOfFragments(6));
 }
 
 TEST_F(WriteFaultsTest, DiskThatDoesNotConfirmIsToldOnceAndTheRecordingGoesOn) {
@@ -136,7 +136,7 @@ TEST_F(WriteFaultsTest, DiskThatDoesNotConfirmIsToldOnceAndTheRecordingGoesOn) {
         notices.waitForFirst(); // else the end could come first, which makes one request of all
         for (int i = 2; i < seconds; ++i) writer->write(second, second);
     }
-    EXPECT_EQ(Mp4FileInfo().open(file).frames, 48000 * seconds);
+    EXPECT_EQ(decodedLengthOf(file).frames, 48000 * seconds);
     EXPECT_EQ(log.messages(),
               std::vector<std::string>{"[rec] voice.m4a may not be on the disk: Error Domain=posix "
                                        "Code=5 \"Input/output error\""});
@@ -224,7 +224,7 @@ TEST_F(WriteFaultsTest, WhereNoRoomCanBeKeptTheFreeSpaceDecides) {
         calls.free = 1000000;
         EXPECT_THROW(writer->write(second, second), Error);
     }
-    EXPECT_EQ(Mp4FileInfo().open(file).frames, framesOfFragments(2));
+    EXPECT_EQ(decodedLengthOf(file).frames, framesOfFragments(2));
     EXPECT_EQ(notices.told().size(), 1U);
     calls.free = 1000000;
     std::filesystem::remove(file);

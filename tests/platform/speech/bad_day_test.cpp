@@ -25,7 +25,7 @@ class BadDayTest : public testing::Test {
             writeFile(model / part, "");
         for (const char* track : {"voice.m4a", "system.m4a"}) {
             writeFile(folder / track, "audio");
-            files.facts[track] = {std::int64_t{30} * 48000, 48000};
+            files.known[track] = {std::int64_t{30} * 48000, 48000};
         }
     }
     void TearDown() override { EXPECT_FALSE(hasChild()); }
