@@ -356,15 +356,17 @@ TEST_F(SandboxTest, AKernelWithoutLandlockIsToldAndTheRestHoldsAllTheSame) {
 class SandboxedWorkerTest : public testing::Test {
   protected:
     /// What the worker writes when `work` is its whole recogniser.
-    static std::string output(const std::function<void()>& work, const std::string& model = "/m",
-                              const std::string& detector = "/v",
-                              const std::filesystem::path& engineFolder = {}) {
+    static std::string output(
+        const std::function<void()>& work, const std::string& model = "/m",
+        const std::string& detector = "/v", const std::filesystem::path& engineFolder = {},
+        const std::function<void()>& before = [] {}) {
         int lines[2];
         int silence[2];
         EXPECT_EQ(::pipe(lines) + ::pipe(silence), 0);
         statusOf([&] {
             ::dup2(silence[0], STDIN_FILENO);
             ::dup2(lines[1], STDOUT_FILENO);
+            before();
             std::string arguments[] = {"worker", "--model",  model,   "--vad",
                                        detector, "--locale", "en_US", "3"};
             char* pointers[std::size(arguments)];
@@ -412,6 +414,16 @@ TEST_F(SandboxedWorkerTest, TheWorkerOpensTheFilesOfItsModelAndOfItsEngineAndNoO
         },
         home / "model", home / "vad/silero.onnx", home / "engine");
     EXPECT_EQ(told, protocol::line(protocol::Failure{"model/words engine/library.so vad/silero.onnx   "}));
+}
+
+TEST_F(SandboxedWorkerTest, OnAKernelWithoutLandlockTheWorkerRunsAndSaysSo) {
+    const std::string told = output([] { throw Error("engine", 1, "run"); }, "/m", "/v", {},
+                                    [] {
+                                        ::dup2(STDOUT_FILENO, STDERR_FILENO);
+                                        oldKernel::withoutLandlock(ENOSYS);
+                                    });
+    EXPECT_EQ(told, "this kernel does not limit which files a process may open: Function not implemented\n" +
+                        protocol::line(protocol::Failure{"run"}));
 }
 
 TEST_F(SandboxedWorkerTest, AWorkerThatWantsTooMuchMemorySaysSo) {
