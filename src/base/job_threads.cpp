@@ -1,5 +1,7 @@
 #include "base/job_threads.h"
 
+#include <condition_variable>
+#include <memory>
 #include <utility>
 
 JobThreads::~JobThreads() {
@@ -24,6 +26,29 @@ void JobThreads::async(Task task) {
         const std::lock_guard ending(m_mutex);
         job.ended = true;
     });
+}
+
+bool JobThreads::asyncAndWait(Task task, std::chrono::nanoseconds atMost, Task whenLate) {
+    struct Wait {
+        std::mutex mutex;
+        std::condition_variable changed;
+        bool hasEnded = false; // guarded by mutex, as is the next
+        bool isOver = false;
+    };
+    const auto wait = std::make_shared<Wait>(); // the task may outlive this call
+    async([wait, task = std::move(task), whenLate = std::move(whenLate)]() mutable {
+        task();
+        task = nullptr; // what it holds goes before it counts as ended
+        {
+            const std::lock_guard lock(wait->mutex);
+            wait->hasEnded = true;
+            if (!wait->isOver) return wait->changed.notify_one();
+        }
+        whenLate();
+    });
+    std::unique_lock lock(wait->mutex);
+    wait->isOver = !wait->changed.wait_for(lock, atMost, [&] { return wait->hasEnded; });
+    return wait->hasEnded;
 }
 
 void JobThreads::joinEnded() {

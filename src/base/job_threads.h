@@ -6,10 +6,8 @@
 #include <mutex>
 #include <thread>
 
-/// Gives each task a thread of its own, so that none waits for another.
-///
-/// Destruction waits for all of them: let what they wait for end first.
-class JobThreads final : public Executor {
+/// The jobs of a process. Destruction waits for all of them: let what they wait for end first.
+class JobThreads final : public JobExecutor {
   public:
     JobThreads() = default;
     ~JobThreads() override;
@@ -17,6 +15,7 @@ class JobThreads final : public Executor {
     JobThreads& operator=(const JobThreads&) = delete;
 
     void async(Task task) override;
+    bool asyncAndWait(Task task, std::chrono::nanoseconds atMost, Task whenLate) override;
 
   private:
     struct Job {

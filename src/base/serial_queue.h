@@ -13,6 +13,14 @@ class Executor {
     virtual void async(Task task) = 0;
 };
 
+/// Gives each task a thread of its own, so that none waits for another.
+class JobExecutor : public Executor {
+  public:
+    /// Runs the task as async does and waits for its end, but no longer than `atMost`. True: it has ended.
+    /// False: it goes on, and `whenLate` runs on its thread once it has ended. Neither may throw.
+    virtual bool asyncAndWait(Task task, std::chrono::nanoseconds atMost, Task whenLate) = 0;
+};
+
 /// Runs tasks one after the other, in the order in which they came, and knows the time.
 class TimedQueue : public Executor {
   public:

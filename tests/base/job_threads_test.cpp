@@ -56,3 +56,32 @@ TEST(JobThreadsTest, WhatATaskHoldsGoesWithIt) {
     }
     EXPECT_TRUE(watched.expired());
 }
+
+TEST(JobThreadsTest, ATaskThatEndsInTimeIsWaitedFor) {
+    int ended = 0;
+    bool late = false;
+    auto held = std::make_shared<int>(0);
+    const std::weak_ptr<int> watched = held;
+    JobThreads jobs;
+    EXPECT_TRUE(jobs.asyncAndWait([&, held = std::move(held)] { ++ended; }, std::chrono::minutes(1),
+                                  [&] { late = true; }));
+    EXPECT_EQ(ended, 1);
+    EXPECT_FALSE(late);
+    EXPECT_TRUE(watched.expired());
+}
+
+TEST(JobThreadsTest, ATaskThatTakesLongerGoesOnAndTellsItsEnd) {
+    std::promise<void> mayEnd;
+    std::promise<void> late;
+    bool ended = false;
+    JobThreads jobs;
+    EXPECT_FALSE(jobs.asyncAndWait(
+        [&] {
+            mayEnd.get_future().wait();
+            ended = true;
+        },
+        std::chrono::nanoseconds(1), [&] { late.set_value(); }));
+    mayEnd.set_value();
+    late.get_future().wait();
+    EXPECT_TRUE(ended);
+}
