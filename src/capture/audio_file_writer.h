@@ -30,6 +30,8 @@ class AudioFileWriter {
     /// Appends frames; both channels have the same length. Samples that are not finite become silence. Throws
     /// Error when they could not be written; the file then ends with what came before.
     virtual void write(std::span<const float> left, std::span<const float> right) = 0;
+    /// How many of the frames written so far would be in the file if the program ended now.
+    virtual std::uint64_t storedFrames() const = 0;
     /// Puts into the file what was written so far, but for the few packets that an encoder needs for what
     /// comes next, and asks the disk for it; returns without waiting. The answer is true once the disk has
     /// confirmed, false when it cannot be brought there. Throws Error as write does.

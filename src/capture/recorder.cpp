@@ -70,15 +70,11 @@ bool Recorder::createFiles(const std::filesystem::path& folder) {
     const Result files{folder / mixFileName, folder / voiceFileName, folder / systemFileName};
     try {
         const AudioFileSettings settings;
-        const auto open = [&](std::unique_ptr<AudioFileWriter>& file, AudioFormat& format, const auto& path) {
-            return unlessStopped([&] {
-                file = m_services.files.create(path, settings);
-                format = file->processingFormat();
-            });
+        const auto open = [&](RecordedFile& file, const std::filesystem::path& path) {
+            return unlessStopped([&] { file.open(m_services.files, path, settings); });
         };
-        if (!open(m_voiceFile, m_voiceFormat, files.voice) ||
-            !open(m_systemFile, m_systemFormat, files.system) || !open(m_mixFile, m_mixFormat, files.mix) ||
-            !unlessStopped([&] { m_result = files; }))
+        if (!open(m_voiceFile, files.voice) || !open(m_systemFile, files.system) ||
+            !open(m_mixFile, files.mix) || !unlessStopped([&] { m_result = files; }))
             return endStoppedStart();
         m_hasFiles = true;
     } catch (const Error& error) {
@@ -185,9 +181,7 @@ void Recorder::cleanup() {
     release([this] { m_tap.destroyTap(); });
     release([this] {
         m_writerQueue->sync([this] { // after every write that was queued
-            m_voiceFile.reset();
-            m_systemFile.reset();
-            m_mixFile.reset();
+            for (RecordedFile* const file : {&m_voiceFile, &m_systemFile, &m_mixFile}) file->close();
         });
     });
     m_sysFifo.clear();

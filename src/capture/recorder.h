@@ -6,9 +6,11 @@
 #include "capture/mic_choice.h"
 #include "capture/mic_source.h"
 #include "capture/notices.h"
+#include "capture/recorded_file.h"
 #include "capture/system_audio_source.h"
 #include "capture/system_fifo.h"
 #include "capture/system_tap_session.h"
+#include "capture/unsaved.h"
 #include "capture/writer_backlog.h"
 
 #include <atomic>
@@ -75,8 +77,10 @@ class Recorder {
     /// for that, at most so long. False when not all of it is there by then. Without files there is nothing
     /// to do. Any thread but the engine's own, also while start or stop runs, neither of which waits for it.
     bool bringToDisk(std::chrono::milliseconds atMost);
-    /// Set once the three files exist; survives stop. Any thread.
+    /// Set once the three files exist; survives stop. Any thread; waits for a step of start or stop.
     std::optional<Result> result() const;
+    /// What is not in the files or not closed yet. Any thread, at once, also while start or stop runs.
+    Unsaved unsaved() const;
 
     /// The microphones in discovery order.
     static std::vector<MicChoice> availableMics(const AudioDevices& devices) { return devices.microphones(); }
@@ -116,10 +120,6 @@ class Recorder {
     /// micQueue and ioQueue, each with its own backlog. How many frames are missing before this block, or
     /// nothing when it has to be dropped.
     std::optional<std::size_t> admit(WriterBacklog& backlog, std::size_t frames);
-    /// writerQueue only. Silence for the missing frames, then the block. Nothing is reported: a block that
-    /// cannot be written is lost, the recording goes on.
-    static void write(const std::unique_ptr<AudioFileWriter>& file, const AudioFormat& format,
-                      std::size_t missing, std::span<const float> left, std::span<const float> right);
 
     const RecorderServices m_services;
 
@@ -131,10 +131,8 @@ class Recorder {
     SystemTapSession m_tap;               // guarded by m_lifecycle
     std::optional<Result> m_result;       // guarded by m_lifecycle
 
-    // Filled before the captures start; afterwards touched on writerQueue only.
-    std::unique_ptr<AudioFileWriter> m_voiceFile, m_systemFile, m_mixFile;
-    AudioFormat m_voiceFormat{}, m_systemFormat{}, m_mixFormat{};
-    std::atomic<bool> m_hasFiles{false}; // set once all three are there
+    RecordedFile m_voiceFile, m_systemFile, m_mixFile; // opened before the captures start
+    std::atomic<bool> m_hasFiles{false};               // set once all three are there
 
     WriterBacklog m_micBacklog, m_systemBacklog;
     std::atomic<bool> m_fallenBehind{false}; // and said so

@@ -30,12 +30,13 @@ void Recorder::captureOutput(const MicBuffer& buffer) {
 
 void Recorder::writeVoiceAndMix(std::vector<float> mic, std::vector<float> mixLeft,
                                 std::vector<float> mixRight) {
+    for (RecordedFile* const file : {&m_voiceFile, &m_mixFile}) file->addCaptured(mic.size());
     const std::optional<std::size_t> missing = admit(m_micBacklog, mic.size());
     if (!missing) return;
     m_writerQueue->async([this, missing = *missing, mic = std::move(mic), left = std::move(mixLeft),
                           right = std::move(mixRight)] {
-        write(m_voiceFile, m_voiceFormat, missing, mic, mic);
-        write(m_mixFile, m_mixFormat, missing, left, right);
+        m_voiceFile.write(missing, mic, mic);
+        m_mixFile.write(missing, left, right);
         m_micBacklog.remove(mic.size());
     });
 }

@@ -34,10 +34,11 @@ void Recorder::handleSystem(AudioBufferList buffers) {
 
     m_lastSysLevel = audioLevel(left);
     m_sysFifo.append(left, right);
+    m_systemFile.addCaptured(left.size());
     const std::optional<std::size_t> missing = admit(m_systemBacklog, left.size());
     if (!missing) return;
     m_writerQueue->async([this, missing = *missing, left = std::move(left), right = std::move(right)] {
-        write(m_systemFile, m_systemFormat, missing, left, right);
+        m_systemFile.write(missing, left, right);
         m_systemBacklog.remove(left.size());
     });
 }

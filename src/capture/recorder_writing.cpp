@@ -1,25 +1,14 @@
-#include "capture/pcm_block.h"
 #include "capture/recorder.h"
 
 #include "base/debug_log.h"
-#include "base/error.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
+#include <utility>
 
 namespace {
 
-/// In pieces, so that hours take no memory.
-constexpr std::array<float, 4096> silence{};
-
-void writeSilence(AudioFileWriter& file, std::size_t frames) {
-    while (frames > 0) {
-        const auto piece = std::span(silence).first(std::min(frames, silence.size()));
-        file.write(piece, piece);
-        frames -= piece.size();
-    }
-}
+constexpr double framesPerSecond = 48000;
 
 } // namespace
 
@@ -35,20 +24,6 @@ std::optional<std::size_t> Recorder::admit(WriterBacklog& backlog, std::size_t f
     return missing;
 }
 
-void Recorder::write(const std::unique_ptr<AudioFileWriter>& file, const AudioFormat& format,
-                     std::size_t missing, std::span<const float> left, std::span<const float> right) {
-    if (!file) return;
-    const std::array channels{left, right};
-    const std::optional<PcmBlock> block = makePcmBlock(channels, format);
-    if (!block || block->channels.size() < 2) return;
-    try {
-        writeSilence(*file, missing);
-        file->write(block->channels[0], block->channels[1]);
-    } catch (const Error&) { // this block is lost, the recording goes on
-        return;
-    }
-}
-
 bool Recorder::bringToDisk(std::chrono::milliseconds atMost) {
     using Answers = std::vector<std::future<bool>>;
     if (!m_hasFiles) return true;
@@ -57,14 +32,8 @@ bool Recorder::bringToDisk(std::chrono::milliseconds atMost) {
     std::future<Answers> answers = asked->get_future();
     m_writerQueue->async([this, asked] {
         Answers ofFiles;
-        for (AudioFileWriter* file : {m_voiceFile.get(), m_systemFile.get(), m_mixFile.get()}) {
-            if (file == nullptr) continue; // stopped meanwhile: closed
-            try {
-                ofFiles.push_back(file->bringToDisk());
-            } catch (const Error&) { // it has ended, and everything up to there is saved
-                continue;
-            }
-        }
+        for (RecordedFile* const file : {&m_voiceFile, &m_systemFile, &m_mixFile})
+            if (auto onDisk = file->bringToDisk()) ofFiles.push_back(std::move(*onDisk));
         asked->set_value(std::move(ofFiles));
     });
     const auto inTime = [&](const auto& future) {
@@ -74,4 +43,14 @@ bool Recorder::bringToDisk(std::chrono::milliseconds atMost) {
     Answers ofFiles = answers.get();
     return std::all_of(ofFiles.begin(), ofFiles.end(),
                        [&](std::future<bool>& onDisk) { return inTime(onDisk) && onDisk.get(); });
+}
+
+Unsaved Recorder::unsaved() const {
+    Unsaved all;
+    for (const RecordedFile* const file : {&m_voiceFile, &m_systemFile, &m_mixFile}) {
+        if (!file->isOpen()) continue;
+        all.seconds = std::max(all.seconds, static_cast<double>(file->unsavedFrames()) / framesPerSecond);
+        ++all.openFiles;
+    }
+    return all;
 }

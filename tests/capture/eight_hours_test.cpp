@@ -47,6 +47,7 @@ class CountingFiles final : public AudioFileWriterFactory {
             if (m_look) m_look(left);
             m_frames += std::ssize(left);
         }
+        std::uint64_t storedFrames() const override { return 0; }
         std::future<bool> bringToDisk() override { return {}; } // nobody asks
 
       private:

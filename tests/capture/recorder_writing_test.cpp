@@ -114,6 +114,49 @@ TEST_F(RecorderWriting, BeforeTheStartAndAfterTheStopThereIsNothingToBringToTheD
     EXPECT_TRUE(calls().empty());
 }
 
+// --- what is not saved
+
+TEST_F(RecorderWriting, WhatWaitsToBeWrittenIsNotSaved) {
+    EXPECT_EQ(m_recorder->unsaved(), Unsaved());
+    start();
+    EXPECT_EQ(m_recorder->unsaved(), (Unsaved{0, 3}));
+    captureSecond(0.25F);
+    captureSecond(0.25F);
+    EXPECT_EQ(m_recorder->unsaved(), (Unsaved{2, 3}));
+    writer().runAll();
+    EXPECT_EQ(m_recorder->unsaved(), (Unsaved{0, 3}));
+    m_recorder->stop();
+    EXPECT_EQ(m_recorder->unsaved(), Unsaved());
+}
+
+TEST_F(RecorderWriting, WhatAFileHoldsBackIsNotSavedUntilItIsClosed) {
+    m_files.framesNotStored = second / 2;
+    start();
+    captureSecond(0.25F);
+    writer().runAll();
+    EXPECT_EQ(m_recorder->unsaved(), (Unsaved{0.5, 3}));
+    m_recorder->stop();
+    EXPECT_EQ(m_recorder->unsaved(), Unsaved());
+}
+
+TEST_F(RecorderWriting, WhatHadToBeDroppedIsNotSavedUntilSilenceStandsInItsPlace) {
+    start();
+    for (int i = 0; i < 61; ++i) captureSecond(0.25F);
+    EXPECT_EQ(m_recorder->unsaved(), (Unsaved{61, 3}));
+    writer().runAll();
+    EXPECT_EQ(m_recorder->unsaved(), (Unsaved{1, 3}));
+    captureSecond(0.25F);
+    writer().runAll();
+    EXPECT_EQ(m_recorder->unsaved(), (Unsaved{0, 3}));
+}
+
+TEST_F(RecorderWriting, APreviewHasNothingToSave) {
+    m_onSleep = [this] { m_mics.deliverRaw({}, 0, false); };
+    ASSERT_TRUE(startPreview());
+    captureSecond(0.25F);
+    EXPECT_EQ(m_recorder->unsaved(), Unsaved());
+}
+
 /// With real queues.
 class RecorderWritingOnThreads : public RecorderWriting {
   protected:

@@ -35,6 +35,7 @@ class CopyingAudioFiles final : public AudioFileWriterFactory {
             m_copy.left.add(left);
             m_copy.right.add(right);
         }
+        std::uint64_t storedFrames() const override { return m_file->storedFrames(); }
         std::future<bool> bringToDisk() override { return m_file->bringToDisk(); }
 
       private:

@@ -4,6 +4,7 @@
 #include "capture/audio_file_writer.h"
 #include "support/call_journal.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <map>
 #include <optional>
@@ -34,6 +35,7 @@ class FakeAudioFiles final : public AudioFileWriterFactory {
 
     std::string failingName; ///< creating this file fails
     bool failWrites = false;
+    std::uint64_t framesNotStored = 0; ///< of those written last
     enum class Disk { confirms, refuses, answersOnceClosed };
     Disk disk = Disk::confirms;
     std::uint32_t channels = 2; ///< of the processing format
@@ -56,6 +58,10 @@ class FakeAudioFiles final : public AudioFileWriterFactory {
             File& file = m_files.files[m_name];
             file.left.insert(file.left.end(), left.begin(), left.end());
             file.right.insert(file.right.end(), right.begin(), right.end());
+        }
+        std::uint64_t storedFrames() const override {
+            const std::uint64_t written = m_files.files[m_name].left.size();
+            return written - std::min<std::uint64_t>(written, m_files.framesNotStored);
         }
         std::future<bool> bringToDisk() override {
             if (m_files.failWrites) throw Error::posix(EIO);

@@ -35,6 +35,7 @@ class RawFiles final : public AudioFileWriterFactory {
                          static_cast<std::streamsize>(left.size_bytes()));
             m_file.flush();
         }
+        std::uint64_t storedFrames() const override { return 0; }
         std::future<bool> bringToDisk() override { return {}; } // nobody asks
 
       private:

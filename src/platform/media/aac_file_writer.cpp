@@ -44,6 +44,7 @@ class AacFileWriterFactory::File final : public AudioFileWriter {
         if (left.size() != right.size()) throw Error::posix(EINVAL);
         orEnd([&] { m_encoder.encode(left, right, m_toFile); });
     }
+    std::uint64_t storedFrames() const override { return m_file.storedFrames(); }
     std::future<bool> bringToDisk() override {
         return orEnd([this] { return m_file.bringToDisk(); });
     }

@@ -34,6 +34,17 @@ TEST_F(BringToDiskTest, OpenFileHoldsEverythingButWhatTheEncoderNeeds) {
     }
 }
 
+TEST_F(BringToDiskTest, OpenFileKnowsHowMuchARecoveryWouldFind) {
+    const auto writer = createFile(file);
+    EXPECT_EQ(writer->storedFrames(), 0U);
+    for (const std::int64_t frames : {5000, 48000, 1024, 100000, 12345}) {
+        write(*writer, frames);
+        EXPECT_EQ(writer->storedFrames(), framesOf(file));
+        EXPECT_TRUE(writer->bringToDisk().get());
+        EXPECT_EQ(writer->storedFrames(), framesOf(file));
+    }
+}
+
 TEST_F(BringToDiskTest, CanBeAskedForBeforeTheFirstSoundAndTwice) {
     const auto writer = createFile(file);
     EXPECT_TRUE(writer->bringToDisk().get());
