@@ -37,7 +37,7 @@ namespace {
 class Application {
   public:
     Application(const TerminationSignals& signals, Views& views)
-        : m_termination(signals.set(), [] { QCoreApplication::quit(); }),
+        : m_termination(signals.set(), [this] { quit(); }),
           m_face(views, QDBusConnection::sessionBus(), m_workspace) {
         m_sound.connection.connect(); // an empty list of microphones would lose the user's choice
         m_state = AppState::create(services());
@@ -45,7 +45,7 @@ class Application {
     }
     ~Application() {
         m_state->cancelTranscriptions(); // the jobs are joined, and a task in m_main may keep the state
-        m_state->teardownOnQuit();
+        if (!m_state->waitForTeardown()) _exit(EXIT_FAILURE); // a thread waits for the disk, maybe for ever
         m_face.forgetState();
         m_state.reset();
     }
@@ -63,7 +63,7 @@ class Application {
         on(&SingleInstance::toggleRequested, [this] {
             if (statusOf(*m_state).canToggle) m_state->toggleRecording();
         });
-        on(&SingleInstance::quitRequested, &QCoreApplication::quit);
+        on(&SingleInstance::quitRequested, [this] { quit(); });
         QObject::connect(&m_notices, &DesktopNotices::panelWanted, &m_context,
                          [this] { m_face.openPanel(); });
         m_face.show(*m_state, m_main);
@@ -71,11 +71,16 @@ class Application {
 
     /// Jobs may still run: nobody waits for them. A speech worker ends when its parent does.
     [[noreturn]] void exitNow(int status) {
-        if (m_state) m_state->teardownOnQuit();
+        if (m_state) m_state->waitForTeardown();
         _exit(status);
     }
 
   private:
+    /// The event loop goes on until the files are closed.
+    void quit() {
+        m_state->teardownOnQuit([] { QCoreApplication::quit(); });
+    }
+
     Services services() {
         return {
             .settings = m_settings,
@@ -83,9 +88,10 @@ class Application {
             .micAuthorization = m_micAuthorization,
             .workspace = m_workspace,
             .windowing = m_face.windowing(),
+            .notices = m_notices,
             .main = m_main,
             .jobs = m_jobs,
-            .makeEngine = [this] { return m_sound.makeEngine(m_timers); },
+            .makeEngine = [this] { return makeEngine(); },
             .primeSystemAudioPermission = [this] { m_sound.captureCheck().primeSystemAudioPermission(); },
             .systemAudioWorks = [this] { return m_sound.captureCheck().systemAudioWorks(); },
             .transcribeRecording =
@@ -99,6 +105,15 @@ class Application {
             .environment = environmentVariable,
             .exit = [this](int status) { exitNow(status); },
         };
+    }
+
+    /// An engine whose source is just being opened again waits for that when it goes: on a queue of its own.
+    std::shared_ptr<CaptureEngine> makeEngine() {
+        std::shared_ptr<CaptureEngine> engine = m_sound.makeEngine(m_timers);
+        CaptureEngine* const made = engine.get();
+        return {made, [this, engine = std::move(engine)](CaptureEngine* /*made*/) mutable {
+                    m_engineEnds.async([engine = std::move(engine)] {});
+                }};
     }
 
     /// On the threads of jobs.
@@ -132,8 +147,9 @@ class Application {
     ServerKeeper m_serverKeeper{m_sound.connection};
     IniSettingsStore m_settings{settingsFile()};
     DesktopMicAuthorization m_micAuthorization{QDBusConnection::sessionBus()};
-    QtMainQueue m_main; // after the sound: what still waits in it may hold an engine
-    JobThreads m_jobs;  // before the state: joined once the state is gone
+    ThreadQueue m_engineEnds{"engine ends"}; // after the sound, which engines use
+    QtMainQueue m_main;                      // after that: what still waits in it may hold an engine
+    JobThreads m_jobs;                       // before the state: joined once the state is gone
     std::shared_ptr<AppState> m_state;
     QObject m_context; // ends the connections
 };

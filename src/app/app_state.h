@@ -1,6 +1,8 @@
 #pragma once
 
+#include "app/closing.h"
 #include "app/published.h"
+#include "app/quit_patience.h"
 #include "app/services.h"
 #include "capture/mic_choice.h"
 #include "capture/recorder.h"
@@ -36,6 +38,8 @@ class AppState : public std::enable_shared_from_this<AppState> {
     Published<std::optional<std::string>> selectedMicID; ///< stored as "micID"
     Published<bool> isRecording{willChange, Field::isRecording};
     Published<bool> isStarting{willChange, Field::isStarting};
+    /// The recording was stopped and its files are not closed yet. Until they are it counts as recording.
+    Published<bool> isSaving{willChange, Field::isSaving};
     Published<bool> warmingUp{willChange, Field::warmingUp}; ///< requested, but no audio yet
     Published<double> elapsed{willChange, Field::elapsed};   ///< seconds
     Published<std::optional<Recorder::Result>> lastRecording{willChange, Field::lastRecording};
@@ -60,8 +64,15 @@ class AppState : public std::enable_shared_from_this<AppState> {
     void toggleRecording();
     /// The running recording's length as minutes and seconds: 62:05.
     std::string elapsedString() const;
-    /// Stops the engines, so that their files are closed. The result is not collected.
-    void teardownOnQuit();
+
+    // app_state_closing.cpp
+    /// Stops the engines, so that their files are closed, and from then on starts nothing. `then` runs once
+    /// that is done, at once where it takes no time, or when it has taken too long (see QuitPatience); of
+    /// several calls the last one's. The result is not collected.
+    void teardownOnQuit(std::function<void()> then);
+    /// The same for a process whose event loop has ended: blocks until then. False: files were left to a
+    /// recovery.
+    bool waitForTeardown();
     /// Transcriptions end soon. For the end of the program, at which a diagnostic may still keep the state.
     void cancelTranscriptions() { m_stopTranscriptions.request_stop(); }
 
@@ -102,10 +113,22 @@ class AppState : public std::enable_shared_from_this<AppState> {
     void recordingStarted(const std::shared_ptr<CaptureEngine>& engine, bool started);
     void recordingFailed(const std::string& message);
     void stopRecording();
+    void recordingClosed(const std::optional<Recorder::Result>& files);
     void startTimer();
     void cancelTimer();
     void tick(const std::shared_ptr<Ticker>& ticker);
     void transcribe(const std::filesystem::path& folder);
+
+    using Closed = std::function<void(AppState& state, const std::optional<Recorder::Result>& files)>;
+    void closeRecording(const Closed& then);
+    void closingEnded(const Closed& then);
+    void closePreview(const std::shared_ptr<CaptureEngine>& engine);
+    void tearDown();
+    bool maySaveOn();
+    void watchTeardown();
+    void endTeardown();
+    void tellLoss();
+    void log(const std::string& line) const;
 
     void previewStarted(const std::shared_ptr<CaptureEngine>& engine, bool started);
     void showLevels(float mic, float system);
@@ -122,12 +145,18 @@ class AppState : public std::enable_shared_from_this<AppState> {
     const Services m_services;
 
     std::shared_ptr<CaptureEngine> m_recorder; // from the request of a recording to its stop or error
+    std::string m_recordingName;               // of the latest one's folder
+    std::shared_ptr<Closing> m_closing;        // while isSaving
+    std::string m_errorWhileSaving;            // shown afterwards
     std::optional<TimedQueue::Time> m_recordStart;
     std::shared_ptr<Ticker> m_recordTimer;
     std::unique_ptr<OnboardingWindow> m_onboardingWindow;
     std::shared_ptr<CaptureEngine> m_preview;
     std::shared_ptr<CaptureEngine> m_previewStarting; // its start is in flight, which quitting ends
     bool m_hasQuit = false;                           // then nothing starts any more
+    std::optional<QuitPatience> m_quitPatience;       // since quitting waits
+    bool m_hasGivenUp = false;                        // what quitting waited for was left to a recovery
+    std::function<void()> m_whenTornDown;
     std::stop_source m_stopTranscriptions;
 };
 

@@ -1,6 +1,7 @@
 #include "app/app_state.h"
 
 #include <algorithm>
+#include <utility>
 
 void AppState::startPreview() {
     if (isRecording || isStarting || m_hasQuit) return;
@@ -31,13 +32,12 @@ void AppState::previewStarted(const std::shared_ptr<CaptureEngine>& engine, bool
     if (started && !isRecording && !isStarting && !m_hasQuit)
         m_preview = engine;
     else
-        engine->stop();
+        closePreview(engine);
 }
 
 /// A preview that is still starting installs itself later, and the next stop ends it.
 void AppState::stopPreview() {
-    if (m_preview) m_preview->stop();
-    m_preview.reset();
+    if (m_preview) closePreview(std::exchange(m_preview, nullptr));
     if (isRecording) return; // then the meters show the recording
     micLevel = 0;
     outputLevel = 0;

@@ -1,11 +1,11 @@
 #include "app/app_state.h"
 
-#include "base/debug_log.h"
 #include "base/error.h"
 #include "base/number_text.h"
 #include "base/recording_files.h"
 
 #include <exception>
+#include <utility>
 
 namespace {
 
@@ -21,8 +21,9 @@ struct AppState::Ticker {
 };
 
 void AppState::toggleRecording() {
-    DebugLog::log(std::string("[app] toggle; rec=") + (isRecording ? "true" : "false") +
-                  " micStatus=" + micStatusText() + " selMic=" + selectedMicID.get().value_or("nil"));
+    log(std::string("[app] toggle; rec=") + (isRecording ? "true" : "false") +
+        " micStatus=" + micStatusText() + " selMic=" + selectedMicID.get().value_or("nil"));
+    if (isSaving) return;
     if (isRecording) {
         stopRecording();
         return;
@@ -52,6 +53,7 @@ void AppState::startRecording() {
     engine->onLevels = onMain(&AppState::showLevels);
     engine->onError = onMain(&AppState::recordingFailed);
     engine->onFirstAudio = onMain([](AppState& state) { state.warmingUp = false; });
+    m_recordingName = folder.filename().string();
     m_recorder = engine; // an earlier one that did not start is let go of, not stopped
 
     isStarting = true;
@@ -75,15 +77,20 @@ void AppState::recordingStarted(const std::shared_ptr<CaptureEngine>& engine, bo
 }
 
 void AppState::recordingFailed(const std::string& message) {
+    if (isSaving) {
+        m_errorWhileSaving = message;
+        return;
+    }
     cancelTimer();
-    if (m_recorder) m_recorder->stop();
-    m_recorder.reset();
-    isRecording = false;
-    isStarting = false;
-    warmingUp = false;
-    micLevel = 0;
-    outputLevel = 0;
-    status = message;
+    closeRecording([message](AppState& state, const auto& /*files*/) {
+        state.isRecording = false;
+        state.isStarting = false;
+        state.warmingUp = false;
+        state.micLevel = 0;
+        state.outputLevel = 0;
+        state.status = message;
+    });
+    if (isSaving && !isRecording) status = message; // hardly anything to save, and the user waits for this
 }
 
 // --- elapsed time
@@ -115,18 +122,22 @@ std::string AppState::elapsedString() const {
 // -----------------------------------------------------------------------------------------------------
 
 void AppState::stopRecording() {
+    if (isSaving) return;
     cancelTimer();
-    if (m_recorder) m_recorder->stop();
-    lastRecording = m_recorder ? m_recorder->result() : std::nullopt;
+    closeRecording(&AppState::recordingClosed);
+}
+
+void AppState::recordingClosed(const std::optional<Recorder::Result>& files) {
+    lastRecording = files;
     lastDuration = elapsedString();
-    m_recorder.reset();
     m_recordStart.reset();
     isRecording = false; // isStarting stays as it is
     warmingUp = false;
     micLevel = 0;
     outputLevel = 0;
-    status = "";
-    if (transcribeEnabled && lastRecording.get()) transcribe(lastRecording.get()->mix.parent_path());
+    status = std::exchange(m_errorWhileSaving, "");
+    if (transcribeEnabled && lastRecording.get() && !m_hasQuit)
+        transcribe(lastRecording.get()->mix.parent_path());
 }
 
 void AppState::transcribe(const std::filesystem::path& folder) {
@@ -147,15 +158,4 @@ void AppState::transcribe(const std::filesystem::path& folder) {
             ended(std::optional<std::string>(error.what()));
         }
     });
-}
-
-// --- quit
-// -----------------------------------------------------------------------------------------------------
-
-void AppState::teardownOnQuit() {
-    m_hasQuit = true;
-    stopPreview();
-    if (m_previewStarting) m_previewStarting->stop();
-    if (m_recorder) m_recorder->stop();
-    m_recorder.reset();
 }

@@ -60,6 +60,8 @@ void AppState::reportDiagnostic() {
 }
 
 void AppState::endDiagnostic() {
+    if (isSaving && !m_hasQuit) // the sizes are those of closed files
+        return teardownOnQuit([self = shared_from_this()] { self->endDiagnostic(); });
     if (const auto& files = lastRecording.get())
         for (const std::filesystem::path& file : {files->mix, files->voice, files->system})
             DebugLog::log("[diag] " + file.filename().string() + " size=" + std::to_string(sizeOf(file)));

@@ -8,7 +8,8 @@ AppStatus statusOf(const AppState& state) {
     AppStatus status;
     status.isRecording = state.isRecording;
     status.isStarting = state.isStarting;
-    status.canToggle = state.isRecording || (!state.isStarting && state.selectedMicID.get().has_value());
+    status.canToggle = !state.isSaving &&
+                       (state.isRecording || (!state.isStarting && state.selectedMicID.get().has_value()));
     if (state.isRecording) status.elapsed = state.elapsed;
     const std::vector<MicChoice>& mics = state.mics;
     const auto chosen = std::find_if(

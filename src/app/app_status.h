@@ -10,7 +10,8 @@ class AppState;
 struct AppStatus {
     bool isRecording = false;
     bool isStarting = false;
-    /// The record button's rule: a recording can always be stopped, and started with a microphone chosen.
+    /// The record button's rule: a recording can be stopped until it is being saved, and started with a
+    /// microphone chosen.
     bool canToggle = false;
     double elapsed = 0;          ///< seconds of the running recording; 0 while there is none
     std::string microphone = {}; ///< the chosen one's name; empty: none

@@ -21,8 +21,11 @@ class CaptureEngine {
 
     /// Blocks for up to about 8 s. With a folder it records into it, without one it only gives levels.
     virtual bool start(const MicChoice& mic, const std::optional<std::filesystem::path>& baseURL) = 0;
-    /// Any number of times, also while start runs on another thread.
+    /// Any number of times, also while start runs on another thread. Blocks until the files are closed: as
+    /// long as the disk or a step of the start takes.
     virtual void stop() = 0;
-    /// Set once the three files exist; survives stop.
+    /// Set once the three files exist; survives stop. May wait as long as start or stop does.
     virtual std::optional<Recorder::Result> result() const = 0;
+    /// Any thread, at once, also while start or stop runs.
+    virtual Unsaved unsaved() const = 0;
 };

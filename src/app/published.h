@@ -10,6 +10,7 @@ enum class Field {
     selectedMicID,
     isRecording,
     isStarting,
+    isSaving,
     warmingUp,
     elapsed,
     lastRecording,

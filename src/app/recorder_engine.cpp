@@ -34,6 +34,11 @@ std::optional<Recorder::Result> RecorderEngine::result() const {
     return made != nullptr ? made->result() : std::nullopt;
 }
 
+Unsaved RecorderEngine::unsaved() const {
+    const Recorder* const made = recorder();
+    return made != nullptr ? made->unsaved() : Unsaved();
+}
+
 /// Null once a stop has been requested.
 Recorder* RecorderEngine::prepare(const MicChoice& mic, bool isPreview) {
     const std::lock_guard lock(m_mutex);

@@ -13,7 +13,8 @@ class RecorderEngine final : public CaptureEngine {
   public:
     /// What the services refer to outlives the engine.
     RecorderEngine(RecorderServices services, std::unique_ptr<SleepGuard> sleepGuard);
-    /// Releases what a stop has not released. Not while start or stop runs.
+    /// Releases what a stop has not released, and waits for a source that is just being opened again, for up
+    /// to 5 s. Not while start or stop runs.
     ~RecorderEngine() override;
     RecorderEngine(const RecorderEngine&) = delete;
     RecorderEngine& operator=(const RecorderEngine&) = delete;
@@ -21,6 +22,7 @@ class RecorderEngine final : public CaptureEngine {
     bool start(const MicChoice& mic, const std::optional<std::filesystem::path>& baseURL) override;
     void stop() override;
     std::optional<Recorder::Result> result() const override;
+    Unsaved unsaved() const override;
 
   private:
     Recorder* prepare(const MicChoice& mic, bool isPreview);

@@ -8,6 +8,7 @@
 #include "app/workspace.h"
 #include "base/serial_queue.h"
 #include "capture/audio_devices.h"
+#include "capture/notices.h"
 
 #include <chrono>
 #include <filesystem>
@@ -24,10 +25,12 @@ struct Services {
     MicAuthorization& micAuthorization;
     Workspace& workspace;
     Windowing& windowing;
+    Notices& notices; ///< told what quitting could not save
 
     TimedQueue& main; ///< the main thread; its now() is the clock
-    Executor& jobs;   ///< gives each task a thread of its own
+    JobExecutor& jobs;
 
+    /// Any thread may let go of the engine last, and does not wait for that.
     std::function<std::shared_ptr<CaptureEngine>()> makeEngine;
     /// Both block, on a job.
     std::function<void()> primeSystemAudioPermission;
@@ -36,7 +39,7 @@ struct Services {
     std::function<std::filesystem::path(const std::filesystem::path& folder, const std::stop_token& stop)>
         transcribeRecording;
 
-    /// Blocks the calling job.
+    /// Blocks the calling thread.
     std::function<void(std::chrono::milliseconds)> sleep;
     std::function<std::chrono::system_clock::time_point()> wallClock;
     Environment environment;

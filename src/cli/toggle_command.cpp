@@ -8,6 +8,7 @@ namespace {
 
 /// As the record button, which can't be pressed in vain.
 std::string reasonAgainst(const AppStatus& status) {
+    if (status.isRecording) return "Murmelo is still saving the recording.";
     return status.isStarting ? "Murmelo is starting a recording already."
                              : "Murmelo has no microphone chosen to record.";
 }

@@ -3,6 +3,7 @@
 #include "app/workspace.h"
 
 #include <QMetaObject>
+#include <QPointer>
 #include <QVariantMap>
 #include <utility>
 
@@ -65,8 +66,9 @@ void AppStateModel::openTranscript() {
 }
 
 void AppStateModel::quit() {
-    m_state.teardownOnQuit();
-    Q_EMIT quitRequested();
+    m_state.teardownOnQuit([model = QPointer(this)] {
+        if (model) Q_EMIT model->quitRequested();
+    });
 }
 
 // --- from the state to the views

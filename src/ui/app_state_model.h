@@ -32,6 +32,7 @@ class AppStateModel final : public QObject {
     Q_PROPERTY(QString selectedMicID READ selectedMicID WRITE setSelectedMicID NOTIFY changed)
     Q_PROPERTY(bool isRecording READ isRecording NOTIFY changed)
     Q_PROPERTY(bool isStarting READ isStarting NOTIFY changed)
+    Q_PROPERTY(bool isSaving READ isSaving NOTIFY changed)
     Q_PROPERTY(bool hasLastRecording READ hasLastRecording NOTIFY changed)
     Q_PROPERTY(QString lastDuration READ lastDuration NOTIFY changed)
     Q_PROPERTY(bool hasTranscript READ hasTranscript NOTIFY changed)
@@ -69,6 +70,7 @@ class AppStateModel final : public QObject {
     void setSelectedMicID(const QString& id);
     bool isRecording() const { return m_state.isRecording; }
     bool isStarting() const { return m_state.isStarting; }
+    bool isSaving() const { return m_state.isSaving; }
     bool hasLastRecording() const { return m_state.lastRecording.get().has_value(); }
     QString lastDuration() const { return QString::fromStdString(m_state.lastDuration); }
     bool hasTranscript() const { return m_transcript.has_value(); }
@@ -96,7 +98,7 @@ class AppStateModel final : public QObject {
     Q_INVOKABLE void requestMic() { m_state.requestMic(); }
     Q_INVOKABLE void grantSystemAudio() { m_state.grantSystemAudio(); }
     Q_INVOKABLE void openAudioRecordingSettings() { m_state.openAudioRecordingSettings(); }
-    /// Stops the engines, then asks for the end of the program.
+    /// Stops the engines, and asks for the end of the program once files are closed.
     Q_INVOKABLE void quit();
 
   Q_SIGNALS:

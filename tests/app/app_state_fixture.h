@@ -6,6 +6,7 @@
 #include "support/fake_audio_devices.h"
 #include "support/fake_capture_engine.h"
 #include "support/fake_mic_authorization.h"
+#include "support/fake_notices.h"
 #include "support/fake_settings.h"
 #include "support/fake_windowing.h"
 #include "support/fake_workspace.h"
@@ -37,6 +38,7 @@ class AppStateFixture : public testing::Test {
                 m_authorization,
                 m_workspace,
                 m_windowing,
+                m_notices,
                 m_main,
                 m_jobs,
                 [this] { return m_engines.make(); },
@@ -53,6 +55,7 @@ class AppStateFixture : public testing::Test {
                 },
                 [this](std::chrono::milliseconds time) {
                     m_journal.note("sleep " + std::to_string(time.count()));
+                    if (m_onSleep) m_onSleep(time);
                 },
                 [this] { return m_log.time; },
                 [this](const char* name) -> std::optional<std::string> {
@@ -120,10 +123,12 @@ class AppStateFixture : public testing::Test {
     FakeMicAuthorization m_authorization;
     FakeWorkspace m_workspace;
     FakeWindowing m_windowing{m_journal};
+    FakeNotices m_notices;
     FakeCaptureEngines m_engines{m_journal};
     ManualQueue m_main;
     PendingJobs m_jobs;
     bool m_systemAudioWorks = true;
+    std::function<void(std::chrono::milliseconds)> m_onSleep;
     std::function<void()> m_transcriptionFails; ///< throws
     std::vector<std::filesystem::path> m_transcribedFolders;
     std::stop_token m_transcriptionStop;

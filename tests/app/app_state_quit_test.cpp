@@ -10,7 +10,7 @@ using testing::SizeIs;
 class AppStateQuit : public AppStateFixture {
   protected:
     void quit() {
-        m_app.teardownOnQuit();
+        m_app.teardownOnQuit({});
         expectSilence("right after quitting");
         settle();
         m_main.advance(10s);
@@ -47,7 +47,7 @@ TEST_F(AppStateQuit, WhileAPreviewHasNotBegunToStart) {
 
 TEST_F(AppStateQuit, WhileAPreviewStartsItsStartIsEnded) {
     m_app.startPreview();
-    m_engines.last().duringStart = [this] { m_app.teardownOnQuit(); };
+    m_engines.last().duringStart = [this] { m_app.teardownOnQuit({}); };
     settle();
     expectSilence("after the start");
     expectNoneHeld();
@@ -71,7 +71,7 @@ TEST_F(AppStateQuit, WhileARecordingHasNotBegunToStart) {
 
 TEST_F(AppStateQuit, WhileARecordingStartsItsStartIsEnded) {
     m_app.toggleRecording();
-    m_engines.last().duringStart = [this] { m_app.teardownOnQuit(); };
+    m_engines.last().duringStart = [this] { m_app.teardownOnQuit({}); };
     settle();
     expectSilence("after the start");
     EXPECT_FALSE(m_app.isRecording);
@@ -91,7 +91,7 @@ TEST_F(AppStateQuit, WhileARecordingRunsItIsStoppedButNotCollected) {
     m_app.transcribeEnabled = true;
     record();
     m_announced.clear();
-    m_app.teardownOnQuit();
+    m_app.teardownOnQuit({});
     EXPECT_TRUE(m_engines.last().stopped);
     EXPECT_THAT(m_announced, IsEmpty());
     EXPECT_EQ(m_app.lastRecording.get(), std::nullopt);

@@ -1,5 +1,7 @@
 #include "app/app_state_fixture.h"
 
+#include "app/app_status.h"
+
 #include "base/error.h"
 
 #include <cstdlib>
@@ -18,6 +20,7 @@ class RandomEvents : public AppStateFixture {
     void run(unsigned seed) {
         m_random.seed(seed);
         m_hasQuit = false;
+        m_jobs.takeLonger = false;
         m_settings.values = {{"onboarded", chance(2)}};
         m_authorization.current = MicStatus::authorized;
         m_authorization.requests.clear();
@@ -36,10 +39,19 @@ class RandomEvents : public AppStateFixture {
 
     void check() {
         ASSERT_LE(m_engines.recordingsRunning(), 1) << "recording engines that are started and not stopped";
+        if (m_hasQuit) {
+            ASSERT_EQ(m_engines.made.size(), m_madeAtQuit) << "after quitting";
+        }
+        if (m_state->isSaving) {
+            ASSERT_FALSE(statusOf(*m_state).canToggle);
+        } else if (!m_hasQuit) {
+            ASSERT_NE(m_state->status.get(), "Saving…");
+        }
+        if (m_mayTakeLonger) return;
+        ASSERT_FALSE(m_state->isSaving);
         ASSERT_LE(m_engines.previewsRunning(), 1);
         if (m_hasQuit) {
             ASSERT_EQ(m_engines.recordingsRunning() + m_engines.previewsRunning(), 0) << "after quitting";
-            ASSERT_EQ(m_engines.made.size(), m_madeAtQuit) << "after quitting";
         } else if (m_state->isRecording) {
             ASSERT_EQ(m_engines.recordingsRunning(), 1) << "isRecording";
         }
@@ -49,6 +61,14 @@ class RandomEvents : public AppStateFixture {
     /// engine.
     void end() {
         if (chance(2)) quit();
+        if (m_mayTakeLonger && chance(2)) {
+            settle();
+            m_main.advance(1s); // for a notice
+            ASSERT_FALSE(m_state->isSaving);
+            if (m_hasQuit) {
+                ASSERT_EQ(m_quits, 1) << "answered";
+            }
+        }
         m_state.reset();
         settle();
         m_main.advance(10s);
@@ -57,13 +77,14 @@ class RandomEvents : public AppStateFixture {
 
     void runMainAndLook() {
         runMain();
-        if (m_state->isRecording || m_state->isStarting) {
+        if (!m_mayTakeLonger && (m_state->isRecording || m_state->isStarting)) {
             ASSERT_EQ(m_engines.previewsRunning(), 0) << "beside a recording";
         }
     }
 
     void quit() {
-        m_state->teardownOnQuit();
+        m_quits = 0;
+        m_state->teardownOnQuit([this] { ++m_quits; });
         m_hasQuit = true;
         m_madeAtQuit = m_engines.made.size();
     }
@@ -133,6 +154,7 @@ class RandomEvents : public AppStateFixture {
         {"answer", [this] { m_authorization.answer(MicStatus::authorized); }},
         {"check", [this] { m_state->checkSystemAudio(); }},
         {"grant", [this] { m_state->grantSystemAudio(); }},
+        {"ends take longer or not", [this] { m_jobs.takeLonger = m_mayTakeLonger && chance(2); }},
         {"quit",
          [this] {
              if (chance(5)) quit();
@@ -141,9 +163,13 @@ class RandomEvents : public AppStateFixture {
     std::mt19937 m_random;
     bool m_hasQuit = false;
     std::size_t m_madeAtQuit = 0;
+    int m_quits = 0;              // answered since the last
+    bool m_mayTakeLonger = false; // the end of an engine
+
+    void runMany();
 };
 
-TEST_F(RandomEvents, NeverLetTwoRecordingsRunNorAnythingAfterQuitting) {
+void RandomEvents::runMany() {
     const char* const given = std::getenv("MURMELO_TEST_SEED");
     const unsigned first =
         given != nullptr ? static_cast<unsigned>(std::strtoul(given, nullptr, 10)) : std::random_device()();
@@ -154,6 +180,15 @@ TEST_F(RandomEvents, NeverLetTwoRecordingsRunNorAnythingAfterQuitting) {
         run(seed);
         forgetThePast();
     }
+}
+
+TEST_F(RandomEvents, NeverLetTwoRecordingsRunNorAnythingAfterQuitting) {
+    runMany();
+}
+
+TEST_F(RandomEvents, NeverLetTwoRecordingsRunWhenEnginesTakeLongToEnd) {
+    m_mayTakeLonger = true;
+    runMany();
 }
 
 } // namespace

@@ -28,7 +28,7 @@ using namespace std::chrono_literals;
 class RealEngine final : public CaptureEngine {
   public:
     RealEngine(SerialQueue& timers, std::string presentMic, std::atomic<int>& alive,
-               const std::function<void()>& onSleep)
+               const std::function<void()>& onSleep, const std::function<void()>& onClose)
         : m_alive(alive),
           m_recorder({m_mics, m_system, m_files, m_notices,
                       [](std::string label) { return std::make_unique<ThreadQueue>(std::move(label)); },
@@ -40,6 +40,7 @@ class RealEngine final : public CaptureEngine {
                           std::this_thread::yield();
                       }}) {
         m_mics.presentID = std::move(presentMic);
+        m_files.onClose = onClose;
         ++m_alive;
     }
     ~RealEngine() override { --m_alive; }
@@ -54,6 +55,7 @@ class RealEngine final : public CaptureEngine {
     }
     void stop() override { m_recorder.stop(); }
     std::optional<Recorder::Result> result() const override { return m_recorder.result(); }
+    Unsaved unsaved() const override { return m_recorder.unsaved(); }
 
   private:
     std::atomic<int>& m_alive;
@@ -92,10 +94,12 @@ class AppStateThreads : public testing::Test {
                 m_authorization,
                 m_workspace,
                 m_windowing,
+                m_notices,
                 *m_main,
                 *m_jobs,
                 [this] {
-                    return std::make_shared<RealEngine>(m_timers, m_presentMic, m_enginesAlive, m_onSleep);
+                    return std::make_shared<RealEngine>(m_timers, m_presentMic, m_enginesAlive, m_onSleep,
+                                                        m_onClose);
                 },
                 [] {},
                 [] { return true; },
@@ -128,7 +132,7 @@ class AppStateThreads : public testing::Test {
     }
     void quit() {
         onMain([this](AppState& state) {
-            state.teardownOnQuit();
+            state.waitForTeardown();
             m_state.reset();
         });
     }
@@ -142,8 +146,10 @@ class AppStateThreads : public testing::Test {
     FakeMicAuthorization m_authorization;
     FakeWorkspace m_workspace;
     FakeWindowing m_windowing{m_journal};
+    FakeNotices m_notices;
     std::string m_presentMic = "desk";
     std::function<void()> m_onSleep; ///< on the thread of a start that waits for audio
+    std::function<void()> m_onClose; ///< on the thread that closes a file
     std::latch m_startWaits{1};
     std::latch m_startMayGoOn{1};
     std::atomic<int> m_enginesAlive{0};
@@ -218,6 +224,40 @@ TEST_F(AppStateThreads, ATranscriptionThatRunsAtTheEndIsCancelledAndJoined) {
     waitUntil([](const AppState& state) { return state.isRecording.get(); });
     onMain([](AppState& state) { state.toggleRecording(); });
     quit();
+}
+
+TEST_F(AppStateThreads, AStopWhoseDiskHangsIsSavingUntilTheDiskGoesOn) {
+    std::latch diskGoesOn{1};
+    m_onClose = [&] { diskGoesOn.wait(); };
+    onMain([](AppState& state) { state.toggleRecording(); });
+    waitUntil([](const AppState& state) { return state.isRecording.get(); });
+    onMain([](AppState& state) {
+        state.toggleRecording();
+        EXPECT_TRUE(state.isSaving);
+        EXPECT_TRUE(state.isRecording);
+        EXPECT_EQ(state.status.get(), "Saving…");
+        state.toggleRecording();
+    });
+    diskGoesOn.count_down();
+    waitUntil([](const AppState& state) { return !state.isSaving; });
+    onMain([](const AppState& state) {
+        EXPECT_FALSE(state.isRecording);
+        EXPECT_TRUE(state.lastRecording.get());
+    });
+    quit();
+}
+
+TEST_F(AppStateThreads, QuittingJoinsTheClosing) {
+    std::latch diskGoesOn{1};
+    m_onClose = [&] { diskGoesOn.wait(); };
+    onMain([](AppState& state) { state.toggleRecording(); });
+    waitUntil([](const AppState& state) { return state.isRecording.get(); });
+    std::atomic<bool> isOver = false;
+    onMain([&](AppState& state) { state.teardownOnQuit([&] { isOver = true; }); });
+    EXPECT_FALSE(isOver);
+    diskGoesOn.count_down();
+    waitUntil([&](const AppState& /*state*/) { return isOver.load(); });
+    onMain([this](AppState& /*state*/) { m_state.reset(); });
 }
 
 TEST_F(AppStateThreads, AFailedStartIsStoppedByMainWhichTheLogShows) {

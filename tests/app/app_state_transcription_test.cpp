@@ -118,7 +118,7 @@ TEST_F(AppStateTranscription, ItIsCancelledWithTheState) {
 TEST_F(AppStateTranscription, QuittingDoesNotCancelItYet) {
     m_app.transcribeEnabled = true;
     recordAndStop();
-    m_app.teardownOnQuit();
+    m_app.teardownOnQuit({});
     settle();
     EXPECT_FALSE(m_transcriptionStop.stop_requested());
     EXPECT_FALSE(m_app.isTranscribing);

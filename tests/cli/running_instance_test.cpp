@@ -39,6 +39,8 @@ TEST_F(RunningInstanceCommands, ToggleDoesNotPressAButtonThatIsOff) {
     EXPECT_EQ(toggle().errors, "Murmelo has no microphone chosen to record.\n");
     runs().isStarting = true;
     EXPECT_EQ(toggle().errors, "Murmelo is starting a recording already.\n");
+    runs().isRecording = true;
+    EXPECT_EQ(toggle().errors, "Murmelo is still saving the recording.\n");
     EXPECT_EQ(toggle().status, ExitStatus::failed);
     EXPECT_EQ(m_running.toggles, 0);
 }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -36,6 +37,7 @@ class FakeAudioFiles final : public AudioFileWriterFactory {
     std::string failingName; ///< creating this file fails
     bool failWrites = false;
     std::uint64_t framesNotStored = 0; ///< of those written last
+    std::function<void()> onClose;     ///< on the thread that closes a file
     enum class Disk { confirms, refuses, answersOnceClosed };
     Disk disk = Disk::confirms;
     std::uint32_t channels = 2; ///< of the processing format
@@ -46,6 +48,7 @@ class FakeAudioFiles final : public AudioFileWriterFactory {
       public:
         Writer(FakeAudioFiles& files, std::string name) : m_files(files), m_name(std::move(name)) {}
         ~Writer() override {
+            if (m_files.onClose) m_files.onClose();
             m_files.m_journal.note("close " + m_name);
             m_files.files[m_name].open = false;
             for (std::promise<bool>& answer : m_waiting) answer.set_value(true);

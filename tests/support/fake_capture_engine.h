@@ -28,11 +28,13 @@ class FakeCaptureEngine final : public CaptureEngine {
         running = false;
     }
     std::optional<Recorder::Result> result() const override { return files; }
+    Unsaved unsaved() const override { return remaining; }
 
     // Chosen by the test.
     bool startSucceeds = true;
     std::function<void()> duringStart;
     std::optional<Recorder::Result> files; ///< set by a start that succeeds
+    Unsaved remaining;
 
     // What has happened.
     bool startCalled = false;

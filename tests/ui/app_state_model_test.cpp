@@ -311,4 +311,26 @@ TEST_F(AppStateModelTest, QuittingStopsTheEnginesBeforeItAsksForTheEnd) {
     EXPECT_THAT(atTheEnd, ElementsAre("stop recording"));
 }
 
+TEST_F(AppStateModelTest, QuittingAsksForTheEndOnlyOnceTheFilesAreClosed) {
+    record();
+    m_jobs.takeLonger = true;
+    int asked = 0;
+    QObject::connect(&*m_model, &AppStateModel::quitRequested, [&] { ++asked; });
+    m_model->quit();
+    runEventLoop();
+    EXPECT_EQ(asked, 0);
+    EXPECT_EQ(m_model->status(), "Saving…");
+    settle();
+    EXPECT_EQ(asked, 1);
+}
+
+TEST_F(AppStateModelTest, AModelThatIsGoneAsksForNothing) {
+    record();
+    m_jobs.takeLonger = true;
+    m_model->quit();
+    m_model.reset();
+    settle();
+    EXPECT_TRUE(m_engines.last().stopped);
+}
+
 } // namespace

@@ -442,6 +442,21 @@ TEST_F(Panel, PermissionsOpensTheirWindow) {
     EXPECT_THAT(calls(), ElementsAre("policy regular", "activate", "make window", "window to front"));
 }
 
+TEST_F(Panel, WhatIsBeingSavedIsShownAsRecordingThatCannotBeStoppedAgain) {
+    openPanel();
+    click("recordButton");
+    show();
+    m_jobs.takeLonger = true;
+    click("recordButton");
+    EXPECT_EQ(text("recordButton"), "Stop");
+    EXPECT_FALSE(isEnabled("recordButton"));
+    EXPECT_EQ(text("statusLine"), "Saving…");
+    show();
+    EXPECT_EQ(text("recordButton"), "Start Recording");
+    EXPECT_TRUE(isEnabled("recordButton"));
+    EXPECT_FALSE(isVisible("statusLine"));
+}
+
 TEST_F(Panel, QuitStopsTheEnginesFirst) {
     openPanel();
     m_journal.clear();

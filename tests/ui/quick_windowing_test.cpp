@@ -107,7 +107,7 @@ TEST_F(QuickWindowingTest, DoneEndsTheWindowFromWithinAndTheNextOneIsAnother) {
     m_model.reset();
     Services services = this->services();
     m_state = AppState::create({services.settings, services.devices, services.micAuthorization,
-                                services.workspace, m_windows, services.main, services.jobs,
+                                services.workspace, m_windows, services.notices, services.main, services.jobs,
                                 services.makeEngine, services.primeSystemAudioPermission,
                                 services.systemAudioWorks, services.transcribeRecording, services.sleep,
                                 services.wallClock, services.environment, services.exit});

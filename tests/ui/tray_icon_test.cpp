@@ -125,6 +125,10 @@ TEST_F(TrayIconTest, TheMenuFollowsTheRecordButton) {
     EXPECT_THAT(menuOf(tray), ElementsAre("Open Murmelo", "[Starting…]", "", "Quit"));
     icon.show(recording());
     EXPECT_THAT(menuOf(tray), ElementsAre("Open Murmelo", "Stop", "", "Quit"));
+    AppStatus saving = recording();
+    saving.canToggle = false;
+    icon.show(saving);
+    EXPECT_THAT(menuOf(tray), ElementsAre("Open Murmelo", "[Stop]", "", "Quit"));
 }
 
 TEST_F(TrayIconTest, WhatIsChosenIsPassedOn) {

@@ -12,8 +12,8 @@ ProminentButton {
     large: true
     Layout.fillWidth: true
     tint: app.isRecording ? Theme.red : Theme.accent
-    // A recording can always be stopped.
-    enabled: app.isRecording || (!app.isStarting && app.selectedMicID !== "")
+    // A recording can always be stopped, once.
+    enabled: !app.isSaving && (app.isRecording || (!app.isStarting && app.selectedMicID !== ""))
     text: app.isRecording ? qsTr("Stop") : app.isStarting ? qsTr("Starting…") : qsTr("Start Recording")
     Accessible.description: app.isRecording ? app.elapsedString : enabled ? "" : qsTr("Not available")
     onClicked: app.toggleRecording()

@@ -39,9 +39,9 @@ TEST_F(BringToDiskTest, OpenFileKnowsHowMuchARecoveryWouldFind) {
     EXPECT_EQ(writer->storedFrames(), 0U);
     for (const std::int64_t frames : {5000, 48000, 1024, 100000, 12345}) {
         write(*writer, frames);
-        EXPECT_EQ(writer->storedFrames(), framesOf(file));
+        EXPECT_EQ(static_cast<std::int64_t>(writer->storedFrames()), framesOf(file));
         EXPECT_TRUE(writer->bringToDisk().get());
-        EXPECT_EQ(writer->storedFrames(), framesOf(file));
+        EXPECT_EQ(static_cast<std::int64_t>(writer->storedFrames()), framesOf(file));
     }
 }
 
