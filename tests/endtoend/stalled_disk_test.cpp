@@ -1,4 +1,4 @@
-// The recorder with real files on a disk that takes nothing in for two minutes.
+// The recorder with real files on a disk that takes nothing in for a while.
 
 #include "capture/recorder.h"
 
@@ -19,6 +19,7 @@
 #include <condition_variable>
 #include <gtest/gtest.h>
 #include <mutex>
+#include <thread>
 
 namespace {
 
@@ -129,6 +130,42 @@ TEST_F(StalledDisk, ForTwoMinutesCostsTheSecondOfThemAndLeavesTheFilesWholeAndIn
         }
         const auto dropped = std::span(sound).subspan(92 * second, second);
         EXPECT_LT(std::abs(dropped[peak(dropped)]), 0.01F) << name;
+    }
+}
+
+/// A program that ends while the disk hangs leaves what a copy of its files is at that moment.
+TEST_F(StalledDisk, WhatIsNotSavedIsWhatARecoveryWouldNotFindAndComesWithTheDisk) {
+    const std::vector<float> sound = noise(second);
+    ASSERT_TRUE(m_recorder.start({"mic", "Desk Mic"}, m_folder.path()));
+    for (int i = 0; i < 10; ++i) captureSecond(sound);
+    untilWritten();
+    m_disk.stall();
+    for (int i = 0; i < 4; ++i) captureSecond(sound);
+    m_disk.untilStuck();
+    std::thread stop([this] { m_recorder.stop(); });
+    const Unsaved unsaved = m_recorder.unsaved();
+    EXPECT_EQ(unsaved.openFiles, 3);
+    EXPECT_GE(unsaved.seconds, 4);
+    EXPECT_LE(unsaved.seconds, 4.6) << "and the fragment that was open when the disk stalled";
+    double least = 14;
+    for (const char* name : {voiceFileName, systemFileName, mixFileName}) {
+        writeFile(m_folder / "left.m4a", contentOf(m_folder / name));
+        const RecoveredFile left =
+            Mp4Recovery().recoverFile(m_folder / "left.m4a", RecordingRecovery::Mode::mend);
+        EXPECT_EQ(left.state, RecoveredFile::State::mended) << name;
+        least = std::min(least, left.seconds);
+    }
+    EXPECT_NEAR(14 - least, unsaved.seconds, 1e-6);
+
+    m_disk.goOn();
+    stop.join();
+    EXPECT_EQ(m_recorder.unsaved(), Unsaved());
+    m_realFiles.reset(); // waits for the disk
+    for (const char* name : {voiceFileName, systemFileName, mixFileName}) {
+        const RecoveredFile found =
+            Mp4Recovery().recoverFile(m_folder / name, RecordingRecovery::Mode::onlyLook);
+        EXPECT_EQ(found.state, RecoveredFile::State::whole) << name;
+        EXPECT_EQ(found.seconds, 14.0) << name;
     }
 }
 
