@@ -5,11 +5,12 @@
 #include "backends.h"
 #include "base/job_threads.h"
 #include "cli/status_line.h"
-#include "platform/desktop/qt_main_queue.h"
+#include "measured_main.h"
 
 #include <QCoreApplication>
 #include <algorithm>
 #include <cstdio>
+#include <mutex>
 #include <vector>
 
 namespace {
@@ -23,34 +24,10 @@ double milliseconds(Clock::duration time) {
     return std::chrono::duration<double, std::milli>(time).count();
 }
 
-/// What was measured, all on the main thread.
 struct Figures {
-    Clock::duration inStops{0}; // of the task that runs
-    Clock::duration longestBlock{0};
-    std::vector<double> stops, recording, firstAudio; // milliseconds
-};
-
-/// Times every task of main, without the stops of engines.
-class TimedMain final : public TimedQueue {
-  public:
-    explicit TimedMain(Figures& figures) : m_figures(figures) {}
-    void async(Task task) override { m_queue.async(timed(std::move(task))); }
-    void asyncAfter(Time delay, Task task) override { m_queue.asyncAfter(delay, timed(std::move(task))); }
-    Time now() const override { return m_queue.now(); }
-
-  private:
-    Task timed(Task task) {
-        return [this, task = std::move(task)] {
-            m_figures.inStops = {};
-            const Clock::time_point begin = Clock::now();
-            task();
-            m_figures.longestBlock =
-                std::max(m_figures.longestBlock, Clock::now() - begin - m_figures.inStops);
-        };
-    }
-
-    Figures& m_figures;
-    QtMainQueue m_queue;
+    std::mutex mutex;
+    std::vector<double> stops;                 // milliseconds; guarded by mutex: an engine stops on a job
+    std::vector<double> recording, firstAudio; // milliseconds; main thread
 };
 
 class TimedEngine final : public CaptureEngine {
@@ -66,31 +43,16 @@ class TimedEngine final : public CaptureEngine {
     void stop() override {
         const Clock::time_point begin = Clock::now();
         m_engine->stop();
-        const Clock::duration took = Clock::now() - begin;
-        m_figures.inStops += took;
-        m_figures.stops.push_back(milliseconds(took));
+        const double took = milliseconds(Clock::now() - begin);
+        const std::lock_guard lock(m_figures.mutex);
+        m_figures.stops.push_back(took);
     }
     std::optional<Recorder::Result> result() const override { return m_engine->result(); }
+    Unsaved unsaved() const override { return m_engine->unsaved(); }
 
   private:
     const std::unique_ptr<CaptureEngine> m_engine;
     Figures& m_figures;
-};
-
-/// A desktop that allows everything and shows nothing.
-class Desktop final : public SettingsStore, public MicAuthorization, public Workspace, public Windowing {
-  public:
-    std::optional<std::string> string(const std::string& /*key*/) const override { return std::nullopt; }
-    bool boolean(const std::string& key) const override { return key == "onboarded"; }
-    void setString(const std::string& /*key*/, const std::optional<std::string>& /*value*/) override {}
-    void setBoolean(const std::string& /*key*/, bool /*value*/) override {}
-    MicStatus status() const override { return MicStatus::authorized; }
-    void requestAccess(std::function<void(bool)> answered) override { answered(true); }
-    void open(const std::filesystem::path& /*file*/) override {}
-    void openLink(const std::string& /*link*/) override {}
-    void setActivationPolicy(ActivationPolicy /*policy*/) override {}
-    void activate() override {}
-    std::unique_ptr<OnboardingWindow> makeOnboardingWindow(AppState& /*state*/) override { return nullptr; }
 };
 
 /// Preview, record, stop; again and again.
@@ -141,13 +103,13 @@ void print(const char* what, std::vector<double> figures) {
 int main(int argc, char** argv) {
     QCoreApplication qt(argc, argv);
     Figures figures;
-    TimedMain main(figures);
+    MeasuredMain main;
     ThreadQueue timers("timers");
     StatusLine line;
     LateModule late(executableFolder());
     Sound sound(late, line);
     sound.connection.connect();
-    Desktop desktop;
+    NoDesktop desktop;
     {
         JobThreads jobs;
         const std::shared_ptr<AppState> state = AppState::create(
@@ -156,6 +118,7 @@ int main(int argc, char** argv) {
              .micAuthorization = desktop,
              .workspace = desktop,
              .windowing = desktop,
+             .notices = line,
              .main = main,
              .jobs = jobs,
              .makeEngine = [&] { return std::make_shared<TimedEngine>(sound.makeEngine(timers), figures); },
@@ -169,9 +132,9 @@ int main(int argc, char** argv) {
         User user(*state, main, figures);
         main.async([&] { user.begin(); });
         QCoreApplication::exec();
-        state->teardownOnQuit();
+        state->waitForTeardown();
     }
-    std::printf("longest block of main without stops: %.2f ms\n", milliseconds(figures.longestBlock));
+    std::printf("longest block of main: %.2f ms\n", main.longestBlock());
     print("stop of an engine", figures.stops);
     print("press to recording", figures.recording);
     print("press to first audio", figures.firstAudio);

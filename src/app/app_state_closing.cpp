@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 /// How long main waits for the end of an engine: a user does not notice.
 constexpr auto longestWait = 30ms;
 constexpr auto lookInterval = 250ms;
-constexpr auto longestLogging = 10ms;
+constexpr auto longestLogging = 5ms;
 /// Between the notice of a loss and the end, so that the desktop gets it.
 constexpr auto timeForNotice = 500ms;
 
