@@ -2,18 +2,11 @@
 #
 # dpkg-shlibdeps finds the libraries that are linked. What is found at run time only (the sound server, QML modules,
 # plugins, the speech model) is what the program needs beyond them: the section [program] of scripts/packages.txt.
-file(STRINGS ${PROJECT_SOURCE_DIR}/scripts/packages.txt package_lines)
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/scripts/packages.txt)
-set(section "")
-set(dependencies "")
-foreach(line ${package_lines})
-    if(line MATCHES "^\\[(.+)\\]$")
-        set(section ${CMAKE_MATCH_1})
-    elseif(section STREQUAL "program" AND line AND NOT line MATCHES "^#")
-        list(APPEND dependencies ${line})
-    endif()
-endforeach()
-list(JOIN dependencies ", " dependencies)
+set(set_up ${PROJECT_SOURCE_DIR}/scripts/set-up.sh)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/scripts/packages.txt ${set_up})
+execute_process(COMMAND bash -c "source '${set_up}'; packages_of program"
+                OUTPUT_VARIABLE dependencies ERROR_QUIET OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+string(REPLACE "\n" ", " dependencies "${dependencies}")
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME murmelo)

@@ -8,12 +8,34 @@ say() {
 }
 die() { printf '%s\n' "$*" >&2; exit 1; }
 
-# packages_of SECTION...: their names
-packages_of() {
+# requirements_of SECTION...: the lines of scripts/packages.txt
+requirements_of() {
   awk -v wanted=" $* " '
     /^\[/ { section = substr($0, 2, length($0) - 2); next }
     /^#/ || NF == 0 { next }
-    index(wanted, " " section " ") { print $1 }' "$setup_root/scripts/packages.txt"
+    index(wanted, " " section " ")' "$setup_root/scripts/packages.txt"
+}
+
+has_apt() { command -v apt-get > /dev/null && command -v apt-cache > /dev/null && command -v dpkg-query > /dev/null; }
+
+# packages_of SECTION...: for each requirement the first package that is installed or that this release offers. The
+# first name stands where apt knows none of them, which is so as long as it has no package lists.
+packages_of() {
+  requirements_of "$@" | awk '
+    { sub(/ = .*/, ""); gsub(/\|/, " "); requirement[++count] = $0; names = names " " $0 }
+    END {
+      command = "LC_ALL=C apt-cache policy" names
+      while ((command | getline) > 0) {
+        if (/^[^ ].*:$/) name = substr($1, 1, length($1) - 1)
+        else if ($1 == "Candidate:" && $2 != "(none)") offered[name] = 1
+      }
+      for (i = 1; i <= count; ++i) {
+        choices = split(requirement[i], choice, " ")
+        for (chosen = 1; chosen < choices && !(choice[chosen] in offered);) ++chosen
+        if (!(choice[chosen] in offered)) chosen = 1
+        if (!seen[choice[chosen]]++) print choice[chosen]
+      }
+    }'
 }
 
 missing_packages() {
@@ -23,17 +45,27 @@ missing_packages() {
   done
 }
 
-# install_packages SECTION...: nothing to do, no network and no rights needed when all are there
+# missing_programs_and_modules SECTION...: as Fedora's dnf takes them, for instance pkgconfig(libpipewire-0.3)
+missing_programs_and_modules() {
+  local wanted module
+  for wanted in $(requirements_of "$@" | sed -n 's/.* = //p'); do
+    if [[ $wanted = pkgconfig\(*\) ]]; then
+      module=${wanted#pkgconfig(}
+      pkg-config --exists "${module%)}" 2> /dev/null || echo "$wanted"
+    else
+      command -v "$wanted" > /dev/null || echo "/usr/bin/$wanted"
+    fi
+  done
+}
+
+# install_packages SECTION...: nothing to do, no network and no rights needed when all are there. Without apt nothing is
+# installed, but what is missing is named.
 install_packages() {
-  local distribution='' version='' missing sudo=()
-  if [[ -r /etc/os-release ]]; then
-    distribution=$(. /etc/os-release && echo "${ID:-}")
-    version=$(. /etc/os-release && echo "${VERSION_ID:-}")
-  fi
-  if [[ $distribution != debian || $version != 12 ]] || ! command -v dpkg-query > /dev/null; then
-    say "This is not Debian 12: nothing is installed. Murmelo needs what these Debian packages hold:"
-    packages_of "$@" | xargs >&2
-    return
+  local missing sudo=()
+  if ! has_apt; then
+    missing=$(missing_programs_and_modules "$@")
+    [[ ! $missing ]] || die "This system has no apt, so please install what is missing: $(xargs <<< "$missing")"
+    return 0
   fi
   missing=$(missing_packages "$@")
   [[ $missing ]] || return 0
@@ -41,11 +73,12 @@ install_packages() {
     command -v sudo > /dev/null || die "These packages are missing and there is no sudo to install them: $(xargs <<< "$missing")"
     sudo=(sudo)
   fi
-  say "Installing $(wc -l <<< "$missing") packages"
   local log
   log=$(mktemp)
-  if ! { "${sudo[@]}" apt-get update && xargs "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive \
-    apt-get install -y --no-install-recommends <<< "$missing"; } > "$log" 2>&1 < /dev/null; then
+  say "Installing $(wc -l <<< "$missing") packages"
+  # What the release offers is known for certain only with new lists.
+  if ! { "${sudo[@]}" apt-get update && missing=$(missing_packages "$@") && xargs -r "${sudo[@]}" env \
+    DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends <<< "$missing"; } > "$log" 2>&1 < /dev/null; then
     tail -n 15 "$log" >&2
     rm -f "$log"
     die "The packages could not be installed: $(xargs <<< "$missing")"
