@@ -3,6 +3,7 @@
 #include "platform/media/aac_file_writer.h"
 #include "support/temporary_folder.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
