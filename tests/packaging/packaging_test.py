@@ -102,8 +102,12 @@ class InstalledTree(unittest.TestCase):
             self.assertEqual(checked("desktop-file-validate", entry), "")
 
     def test_metainfo_is_valid(self):
+        metainfo = self.root / f"share/metainfo/{NAME}.metainfo.xml"
+        said = run("appstreamcli", "validate", "--no-net", metainfo).stdout
+        self.assertIn("Validation", said)
         # Murmelo has no page on the web that could be named.
-        checked("appstreamcli", "validate", "--no-net", "--explain", "--override=url-homepage-missing=info", self.root / f"share/metainfo/{NAME}.metainfo.xml")
+        self.assertEqual([line for line in said.splitlines()
+                          if line.startswith(("E:", "W:")) and not line.endswith("url-homepage-missing")], [])
 
     def test_metainfo_has_a_release_of_this_version(self):
         version = checked(self.root / "bin/murmelo", "--version").split()[1]
