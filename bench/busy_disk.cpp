@@ -100,7 +100,7 @@ std::jthread fill(const std::filesystem::path& file) {
     });
 }
 
-void print(const char* what, const Stalls& ours, const Stalls& theirs, Milliseconds Stalls::*stall) {
+void print(const char* what, const Stalls& ours, const Stalls& theirs, Milliseconds Stalls::* stall) {
     std::printf("  %-22s %10.1f %14.1f %8.1f\n", what, (ours.*stall).count(), (theirs.*stall).count(),
                 theirs.*stall / (ours.*stall));
 }

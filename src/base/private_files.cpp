@@ -20,7 +20,7 @@ bool createFolder(const std::filesystem::path& folder) noexcept {
 } // namespace
 
 void makePrivate(int descriptor) noexcept {
-    struct stat facts {};
+    struct stat facts{};
     if (::fstat(descriptor, &facts) != 0 || !S_ISREG(facts.st_mode)) return;
     // Not without need: fchmod() would change the time of the last status change.
     if ((facts.st_mode & permissions) != privateFileMode) ::fchmod(descriptor, privateFileMode);

@@ -9,7 +9,7 @@
 namespace {
 
 mode_t modeOf(const std::filesystem::path& path) {
-    struct stat facts {};
+    struct stat facts{};
     return ::stat(path.c_str(), &facts) == 0 ? facts.st_mode : 0;
 }
 

@@ -59,7 +59,7 @@ class Ruleset {
     /// Returns what the path led to.
     FileHandle allow(const std::filesystem::path& path) {
         FileHandle place(::open(path.c_str(), O_PATH | O_CLOEXEC));
-        struct stat facts {};
+        struct stat facts{};
         if (!place || ::fstat(place.get(), &facts) != 0) return place; // what can't be reached needs no rule
         landlock_path_beneath_attr rule{};
         rule.parent_fd = place.get();

@@ -90,10 +90,9 @@ std::vector<Segment> Transcriber::transcribeTrack(const std::filesystem::path& f
     report({track.fileName, 0, *duration});
     try {
         return withTimeout(timeoutFor(*duration), m_timers, stop, [&](const std::stop_token& ending) {
-            return transcribeFile(m_engine, m_audioFiles, {file, locale, track.speaker}, ending,
-                                  [&](const Segment& segment) {
-                                      report({track.fileName, segment.start, *duration});
-                                  });
+            return transcribeFile(
+                m_engine, m_audioFiles, {file, locale, track.speaker}, ending,
+                [&](const Segment& segment) { report({track.fileName, segment.start, *duration}); });
         });
     } catch (const Error& error) {
         logFailure(track.fileName, error);

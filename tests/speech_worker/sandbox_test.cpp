@@ -144,7 +144,7 @@ TEST_F(SandboxTest, NoDescriptorIsSetUpToSignalSomebody) {
         const pid_t parent = ::getppid();
         int yes = 1;
         f_owner_ex owner{F_OWNER_PID, parent};
-        struct flock lock {};
+        struct flock lock{};
         lock.l_type = F_RDLCK;
         return flags >= 0 && ::fcntl(ends[0], F_SETOWN, parent) < 0 &&
                ::fcntl(ends[0], F_SETOWN_EX, &owner) < 0 && ::fcntl(ends[0], F_SETSIG, SIGTERM) < 0 &&

@@ -29,6 +29,6 @@ inline constexpr mode_t testedUmasks[] = {0, 077, 0777};
 
 /// The permission bits of a file or folder, links followed; more than 07777 when it does not exist.
 inline mode_t modeOf(const std::filesystem::path& path) {
-    struct stat facts {};
+    struct stat facts{};
     return stat(path.c_str(), &facts) == 0 ? facts.st_mode & 07777 : ~mode_t{0};
 }

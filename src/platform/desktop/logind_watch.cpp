@@ -80,7 +80,7 @@ void LogindWatch::waitForWork(int wake) {
         throw Error::posix(errno);
 }
 
-template <LogindWatch::Lock LogindWatch::*lock>
+template <LogindWatch::Lock LogindWatch::* lock>
 void LogindWatch::take() noexcept {
     sd_bus_slot* slot = nullptr;
     const int result = sd_bus_call_method_async(

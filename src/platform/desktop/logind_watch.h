@@ -37,7 +37,7 @@ class LogindWatch {
     void complain(const std::string& reason);
 
     // In handlers of the bus, too, from which nothing may be thrown.
-    template <Lock LogindWatch::*lock>
+    template <Lock LogindWatch::* lock>
     void take() noexcept;
     void keep(Lock& lock, sd_bus_message* reply) noexcept;
     void prepareForSleep(sd_bus_message* signal) noexcept;

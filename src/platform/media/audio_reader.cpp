@@ -50,8 +50,7 @@ std::optional<AudioReader::Block> AudioReader::next() {
         const auto channel = [&](int index) {
             if (!good) return std::span<const float>(silence).first(count);
             auto* const samples = reinterpret_cast<float*>(m_frame->data[index]) + first;
-            std::replace_if(
-                samples, samples + count, [](float s) { return !std::isfinite(s); }, 0.0F);
+            std::replace_if(samples, samples + count, [](float s) { return !std::isfinite(s); }, 0.0F);
             return std::span<const float>(samples, count);
         };
         const std::span<const float> left = channel(0);

@@ -41,7 +41,7 @@ int DescriptorIo::State::read(std::uint8_t* bytes, int size) noexcept {
 
 std::int64_t DescriptorIo::State::seek(std::int64_t offset, int whence) noexcept {
     if (whence == AVSEEK_SIZE) {
-        struct stat facts {};
+        struct stat facts{};
         return ::fstat(file.get(), &facts) == 0 ? facts.st_size : failed();
     }
     // No failure of the disk: a damaged index may ask for any place.

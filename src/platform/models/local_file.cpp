@@ -20,7 +20,7 @@ LocalFile LocalFile::create(const std::filesystem::path& path) {
 LocalFile LocalFile::forReading(const std::filesystem::path& path) {
     // Without O_NONBLOCK a pipe in the file's place would wait for a writer.
     LocalFile file(path, O_RDONLY | O_NONBLOCK);
-    struct stat facts {};
+    struct stat facts{};
     if (::fstat(file.descriptor(), &facts) != 0) throw diskError(path, errno);
     if (!S_ISREG(facts.st_mode)) throw diskError(path, S_ISDIR(facts.st_mode) ? EISDIR : EINVAL);
     return file;
@@ -33,7 +33,7 @@ LocalFile LocalFile::forAppending(const std::filesystem::path& path) {
 }
 
 std::uint64_t LocalFile::size() const {
-    struct stat facts {};
+    struct stat facts{};
     if (::fstat(m_handle.get(), &facts) != 0) throw diskError(m_path, errno);
     return static_cast<std::uint64_t>(facts.st_size);
 }

@@ -10,7 +10,7 @@
 InputFile::InputFile(const std::filesystem::path& path) : m_handle(openRegularFile(path)) {}
 
 std::uint64_t InputFile::size() const {
-    struct stat facts {};
+    struct stat facts{};
     if (::fstat(m_handle.get(), &facts) != 0) throw Error::posix(errno);
     return static_cast<std::uint64_t>(facts.st_size);
 }

@@ -82,7 +82,7 @@ OutputFile OutputFile::open(FileCalls& calls, const std::filesystem::path& path)
 }
 
 struct stat OutputFile::facts() const {
-    struct stat facts {};
+    struct stat facts{};
     checked([&] { return m_calls->fstat(m_handle.get(), &facts); });
     return facts;
 }
@@ -145,7 +145,7 @@ bool OutputFile::isDeleted() const {
 }
 
 std::uint64_t OutputFile::freeBytes() const {
-    struct statvfs facts {};
+    struct statvfs facts{};
     checked([&] { return m_calls->fstatvfs(m_handle.get(), &facts); });
     return static_cast<std::uint64_t>(facts.f_bavail) * facts.f_frsize;
 }

@@ -15,7 +15,7 @@ FileHandle openRegularFile(const std::filesystem::path& path) {
 }
 
 void requireRegularFile(const FileHandle& file) {
-    struct stat facts {};
+    struct stat facts{};
     if (::fstat(file.get(), &facts) != 0) throw Error::posix(errno);
     if (S_ISDIR(facts.st_mode)) throw Error::posix(EISDIR);
     if (!S_ISREG(facts.st_mode)) throw Error("posix", EINVAL, "This is not a regular file.");

@@ -12,8 +12,7 @@ namespace {
 /// On one line, whatever the worker wrote.
 void logErrors(const ChildProcess& worker) {
     std::string text = worker.errors();
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, ' ');
+    std::replace_if(text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, ' ');
     text.erase(text.find_last_not_of(' ') + 1);
     if (!text.empty()) DebugLog::log("[ts] speech worker: " + text);
 }

@@ -18,8 +18,7 @@ class ArchiveUnpacking : public testing::Test {
     void unpack(const std::string& archive, const std::stop_token& stop = {}) {
         writeFile(folder / "archive", archive);
         LocalFile file = LocalFile::forReading(folder / "archive");
-        unpackArchive(
-            file, target, limits, [this](std::uint64_t bytes) { read = bytes; }, stop);
+        unpackArchive(file, target, limits, [this](std::uint64_t bytes) { read = bytes; }, stop);
     }
     /// What it says of such an archive.
     std::string refusalOf(const std::string& archive) {

@@ -55,8 +55,7 @@ class FolderModelStoreTest : public testing::Test {
     }
 
     void install(const std::stop_token& stop = {}) {
-        store.install(
-            model, [this](const InstallationProgress& progress) { report(progress); }, stop);
+        store.install(model, [this](const InstallationProgress& progress) { report(progress); }, stop);
     }
     void installFrom(const std::filesystem::path& file, const std::stop_token& stop = {}) {
         store.installFrom(

@@ -38,7 +38,9 @@ TEST(Leftovers, RecordingsLeaveNoNodeThreadOrDescriptor) {
 }
 
 TEST(Leftovers, ConnectionsLeaveNoThreadOrDescriptor) {
-    { recordBriefly(*std::make_unique<PipeWireConnection>()); }
+    {
+        recordBriefly(*std::make_unique<PipeWireConnection>());
+    }
     const auto threads = count("task");
     const auto descriptors = count("fd");
     for (int i = 0; i < 10; ++i) {
