@@ -6,6 +6,7 @@ import http.server
 import io
 import json
 import os
+import re
 import shutil
 import signal
 import subprocess
@@ -128,8 +129,9 @@ class SpeechModels(TestCase):
         self.write_catalogue("http://127.0.0.1:9/small-en.tar.bz2")
         log, text = self.transcript_of(silent_recording(self.work / "r"))
         self.assertEqual(text, "[00:01] You: the built-in engine\n[00:01] Audio: the built-in engine")
-        self.assertEqual(log.count("[ts] the built-in recogniser serves en_US: The speech model could not be downloaded "
-                                   "from 127.0.0.1: Couldn't connect to server."), 2, "once for each track")
+        self.assertEqual(len(re.findall(r"\[ts\] the built-in recogniser serves en_US: The speech model could not be downloaded "
+                                        r"from 127\.0\.0\.1: Could(n't| not) connect to server\.", log)), 2,
+                         "once for each track, in the words of libcurl's version")
 
     def test_without_its_library_nothing_is_downloaded_and_the_list_says_what_is_missing(self):
         shutil.rmtree(self.work / "lib/murmelo/sherpa-onnx")

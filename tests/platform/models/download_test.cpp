@@ -10,6 +10,7 @@
 
 namespace {
 
+using testing::AnyOf;
 using testing::EndsWith;
 using testing::HasSubstr;
 
@@ -144,8 +145,9 @@ TEST_F(Download, ServerThatIsNotThereIsAnError) {
         const HttpServer gone([](const auto&, const auto&) {});
         url = gone.url("/m");
     }
-    EXPECT_EQ(failureOf(url),
-              "The speech model could not be downloaded from 127.0.0.1: Couldn't connect to server.");
+    const std::string sentence = "The speech model could not be downloaded from 127.0.0.1: ";
+    EXPECT_THAT(failureOf(url), AnyOf(sentence + "Couldn't connect to server.", // older versions of libcurl
+                                      sentence + "Could not connect to server."));
 }
 
 TEST_F(Download, ServerThatIgnoresRangesStartsOver) {
