@@ -6,9 +6,15 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <pocketsphinx.h>
-#include <sphinxbase/ckd_alloc.h>
+#if __has_include(<sphinxbase/cmd_ln.h>) // PocketSphinx 0.8; version 5 has one library and other calls
+#include <sphinxbase/cmd_ln.h>
 #include <sphinxbase/err.h>
+#define MURMELO_HAS_SPHINXBASE 1
+#else
+#define MURMELO_HAS_SPHINXBASE 0
+#endif
 
 namespace {
 
@@ -31,7 +37,7 @@ std::vector<std::int16_t> asPcm16(std::span<const float> samples) {
 bool knowsCommonWords(ps_decoder_t* decoder) {
     return std::ranges::all_of(std::array{"and", "the", "you"}, [decoder](const char* word) {
         char* const phones = ps_lookup_word(decoder, word);
-        ckd_free(phones);
+        std::free(phones);
         return phones != nullptr;
     });
 }
@@ -57,10 +63,31 @@ std::vector<RecognisedWord> wordsOf(ps_decoder_t* decoder) {
     return words;
 }
 
+/// Null when the library refuses one of the names.
+cmd_ln_s* configuration(const std::string& acoustic, const std::string& language,
+                        const std::string& dictionary) {
+#if MURMELO_HAS_SPHINXBASE
+    // Its own removal of silence would shift the times, and the cuts have none. Version 5 has no such step.
+    return cmd_ln_init(nullptr, ps_args(), 1, "-hmm", acoustic.c_str(), "-lm", language.c_str(), "-dict",
+                       dictionary.c_str(), "-remove_silence", "no", nullptr);
+#else
+    cmd_ln_s* const made = ps_config_init(nullptr);
+    if (made == nullptr) return nullptr;
+    ps_config_set_str(made, "hmm", acoustic.c_str());
+    ps_config_set_str(made, "lm", language.c_str());
+    ps_config_set_str(made, "dict", dictionary.c_str());
+    return made;
+#endif
+}
+
 } // namespace
 
-void PocketSphinxRecogniser::Release::operator()(cmd_ln_t* configuration) const noexcept {
+void PocketSphinxRecogniser::Release::operator()(cmd_ln_s* configuration) const noexcept {
+#if MURMELO_HAS_SPHINXBASE
     cmd_ln_free_r(configuration);
+#else
+    ps_config_free(configuration);
+#endif
 }
 
 void PocketSphinxRecogniser::Release::operator()(ps_decoder_t* decoder) const noexcept {
@@ -69,13 +96,8 @@ void PocketSphinxRecogniser::Release::operator()(ps_decoder_t* decoder) const no
 
 PocketSphinxRecogniser::PocketSphinxRecogniser(const std::filesystem::path& modelFolder) {
     err_set_logfp(nullptr);
-    const std::string acoustic = modelFolder / "en-us";
-    const std::string language = modelFolder / "en-us.lm.bin";
-    const std::string dictionary = modelFolder / "cmudict-en-us.dict";
-    // Its own removal of silence would shift the times, and the cuts have none.
-    m_configuration.reset(cmd_ln_init(nullptr, ps_args(), TRUE, "-hmm", acoustic.c_str(), "-lm",
-                                      language.c_str(), "-dict", dictionary.c_str(), "-remove_silence", "no",
-                                      nullptr));
+    m_configuration.reset(configuration(modelFolder / "en-us", modelFolder / "en-us.lm.bin",
+                                        modelFolder / "cmudict-en-us.dict"));
     if (m_configuration) m_decoder.reset(ps_init(m_configuration.get()));
     if (!m_decoder || !knowsCommonWords(m_decoder.get()))
         throw Error("engine", 1, "The speech model in " + modelFolder.string() + " can't be loaded.");
@@ -86,8 +108,7 @@ std::vector<RecognisedWord> PocketSphinxRecogniser::recognise(std::span<const fl
     const std::vector<std::int16_t> pcm = asPcm16(cut);
     ps_start_stream(decoder); // forgets the noise of the cut before
     const bool done = ps_start_utt(decoder) == 0 &&
-                      ps_process_raw(decoder, pcm.data(), pcm.size(), FALSE, TRUE) >= 0 &&
-                      ps_end_utt(decoder) == 0;
+                      ps_process_raw(decoder, pcm.data(), pcm.size(), 0, 1) >= 0 && ps_end_utt(decoder) == 0;
     if (!done) throw Error("engine", 1, "The speech recogniser failed.");
     return wordsOf(decoder);
 }
