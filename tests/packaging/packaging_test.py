@@ -150,6 +150,12 @@ class InstalledTree(unittest.TestCase):
         done = run(program, *words, env=without_bus)
         self.assertEqual((done.returncode, done.stderr), (1, "Murmelo is not running on this desktop.\n"))
 
+    def test_a_plain_locale_adds_nothing_to_what_the_terminal_reads(self):
+        without_bus = {"PATH": "/usr/bin:/bin", "HOME": self.folder.name, "DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}
+        for command in ("status", "toggle"):
+            done = run(self.root / "bin/murmelo", command, env={**without_bus, "LC_ALL": "C"})
+            self.assertEqual((done.returncode, done.stdout, done.stderr), (1, "", "Murmelo is not running on this desktop.\n"))
+
     def completed(self, *words):
         script = ('source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _murmelo; '
                   'printf "%s\\n" "${COMPREPLY[@]}"')
