@@ -109,13 +109,18 @@ struct Device {
         auto& device = *static_cast<Device*>(self);
         pw_buffer* const buffer = pw_stream_dequeue_buffer(device.raw);
         if (buffer == nullptr) return;
-        if (device.isMicrophone) device.fill(buffer->buffer->datas[0]);
+        if (device.isMicrophone) device.fill(*buffer);
         pw_stream_queue_buffer(device.raw, buffer);
     }
 
-    void fill(const spa_data& data) {
+    void fill(const pw_buffer& buffer) {
+        const spa_data& data = buffer.buffer->datas[0];
         const std::uint32_t frameBytes = channels * sizeof(float);
-        const std::uint32_t frames = std::min(data.maxsize / frameBytes, blockFrames);
+        // Exactly what the server's resampler asks for, where there is one: what it leaves of a block keeps
+        // the block under way, and the next one waits for nothing until patience ends.
+        const auto wanted =
+            buffer.requested != 0 ? static_cast<std::uint32_t>(buffer.requested) : blockFrames;
+        const std::uint32_t frames = std::min(data.maxsize / frameBytes, wanted);
         auto* sample = static_cast<float*>(data.data);
         const double begin = blockBegin;
         for (std::uint32_t i = 0; i < frames; ++i, ++position)

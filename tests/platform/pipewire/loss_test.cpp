@@ -197,6 +197,7 @@ TEST_F(LossTest, ApplicationsComeAndGo) {
 
 TEST_F(LossTest, ServerIsKilledAndStartedAgain) {
     m_session.killServer();
+    m_microphone->end(SIGKILL); // as one does that the server itself drives
     ASSERT_TRUE(waitForNotice("“Test Microphone” is gone: your voice is missing until it is back."));
     ASSERT_TRUE(waitForNotice("System audio is gone: what the computer plays is missing until it is back."));
     m_session.stop();
@@ -207,6 +208,21 @@ TEST_F(LossTest, ServerIsKilledAndStartedAgain) {
     ASSERT_TRUE(waitForNotice("System audio is back."));
     hearAfterwards();
     expectEverythingInPlace();
+}
+
+/// Since PipeWire 1.0 a program that is a microphone and a program that records go on together without the
+/// server.
+TEST_F(LossTest, ServerIsKilledAndTheMicrophoneIsEitherHeardOrToldToBeGone) {
+    m_session.killServer();
+    ASSERT_TRUE(waitForNotice("System audio is gone: what the computer plays is missing until it is back."));
+    const auto from = static_cast<std::ptrdiff_t>(length(voiceFileName));
+    EXPECT_TRUE(waitUntil([&] {
+        const Samples all = samples(voiceFileName);
+        return notices().find("“Test Microphone” is gone") != std::string::npos ||
+               voiceMarks.in(std::span(all).subspan(static_cast<std::size_t>(from))).size() >= 5;
+    }));
+    m_recorder->signal(SIGTERM);
+    EXPECT_EQ(m_recorder->wait(), 0);
 }
 
 TEST_F(LossTest, SessionManagerIsKilledAndStartedAgain) {
