@@ -22,6 +22,7 @@
 
 #include <QCoreApplication>
 #include <QDBusConnection>
+#include <QLoggingCategory>
 #include <csignal>
 #include <optional>
 #include <string>
@@ -37,6 +38,9 @@ ExitStatus runSubcommand(const std::string& name, int argc, char** argv, Termina
         return modelsCommand(argc, argv, *models, sherpaWorker(executableFolder()).missingPart(), signals);
     }
     if (name == "toggle" || name == "status") {
+        // Where the locale is not UTF-8 Qt would print a remark above our sentence. QT_LOGGING_RULES in the
+        // environment overrides this.
+        QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
         const QCoreApplication qt(argc, argv);
         BusRunningInstance running(QDBusConnection::sessionBus());
         return name == "toggle" ? toggleCommand(argc, argv, running) : statusCommand(argc, argv, running);
