@@ -16,6 +16,12 @@ def walk(element):
             yield from walk(child)
 
 
+def role_of(element):
+    """In the words of every version of AT-SPI: newer ones call a push button just a button."""
+    name = element.getRoleName()
+    return "push button" if name == "button" else name
+
+
 def is_showing(element):
     return element.getState().contains(pyatspi.STATE_SHOWING)
 
@@ -36,7 +42,7 @@ class Desktop:
         try:
             for top in self.windows():
                 if top is not None and (window is None or top.name == window):
-                    found += [e for e in walk(top) if e.getRoleName() == role and e.name == name and is_showing(e)]
+                    found += [e for e in walk(top) if role_of(e) == role and e.name == name and is_showing(e)]
         except Exception as gone:  # what goes while it is looked at answers with an error of the bus
             if "GLib" not in type(gone).__module__ and "gi" not in type(gone).__module__:
                 raise
