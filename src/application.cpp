@@ -70,7 +70,10 @@ class Application {
     }
 
     /// Jobs may still run: nobody waits for them. A speech worker ends when its parent does.
+    /// Qt's threads may each find that the display is gone: whoever comes second must not end the process
+    /// while the first waits for the files.
     [[noreturn]] void exitNow(int status) {
+        const std::lock_guard lock(m_exiting);
         if (m_state) m_state->waitForTeardown();
         _exit(status);
     }
@@ -151,6 +154,7 @@ class Application {
     QtMainQueue m_main;                      // after that: what still waits in it may hold an engine
     JobThreads m_jobs;                       // before the state: joined once the state is gone
     std::shared_ptr<AppState> m_state;
+    std::mutex m_exiting;
     QObject m_context; // ends the connections
 };
 
