@@ -4,6 +4,7 @@
 #include "support/tap_recording.h"
 #include "support/temporary_folder.h"
 #include "support/test_device.h"
+#include "support/test_player.h"
 #include "support/test_signal.h"
 #include "support/wav_file.h"
 
@@ -18,11 +19,9 @@ using Samples = BlockCollector::Samples;
 
 /// Frames of an application's first audio that may be missing because its link came later.
 constexpr std::size_t missingAtMost = 4800;
-/// Frames of silence behind every sound: pw-cat ends before its last two blocks are played.
-constexpr std::size_t tail = 12000;
 
 /// From the first sample that is not silent to the last one; whole stereo frames.
-Samples withoutSilence(const Samples& samples) {
+Samples withoutSilence(std::span<const float> samples) {
     const auto audible = [](float sample) { return sample != 0; };
     const auto first = std::find_if(samples.begin(), samples.end(), audible);
     const auto last = std::find_if(samples.rbegin(), samples.rend(), audible);
@@ -34,39 +33,34 @@ Samples withoutSilence(const Samples& samples) {
 
 class ProcessTapTest : public testing::Test {
   protected:
-    /// A command that plays the sound, and silence after it.
-    std::vector<std::string> player(const std::string& name, Samples samples, std::uint16_t channels,
-                                    std::uint32_t rate = 48000, std::uint32_t channelMask = 0) {
-        samples.resize(samples.size() + tail * channels);
-        writeWav(m_folder / name, samples, channels, rate, channelMask);
-        return {"pw-cat", "--playback", (m_folder / name).string()};
-    }
-
-    static std::vector<std::string> onHeadphones(std::vector<std::string> player) {
-        player.insert(player.end() - 1, {"--target", "test_headphones"});
-        return player;
+    static PlayedSound onHeadphones(PlayedSound sound) {
+        sound.properties = "{ target.object = test_headphones }";
+        return sound;
     }
 
     /// Plays to the end and returns what was heard of it, from its first sound on.
-    static Samples heardOf(const std::vector<std::string>& command, TapRecording& recording) {
+    Samples heardOf(const PlayedSound& sound, TapRecording& recording) {
         const std::size_t before = recording.heard().samples().size();
-        EXPECT_EQ(RunningProgram(command).wait(), 0);
+        const TestPlayer application(m_connection, m_folder.path(), "test_player", sound);
         return heardSince(before, recording);
     }
 
+    /// Waits for sound and for silence after it.
     static Samples heardSince(std::size_t position, TapRecording& recording) {
-        EXPECT_TRUE(recording.heard().waitUntil(endsSilent)) << "the application never fell silent";
-        const Samples all = recording.heard().samples();
-        return withoutSilence({all.begin() + static_cast<std::ptrdiff_t>(position), all.end()});
+        const auto since = [position](const Samples& all) { return std::span(all).subspan(position); };
+        EXPECT_TRUE(recording.heard().waitUntil([&](const Samples& all) {
+            return endsSilent(since(all)) && isAudible(since(all));
+        })) << "no application was heard, or it never fell silent";
+        return withoutSilence(since(recording.heard().samples()));
     }
 
-    static bool endsSilent(const Samples& samples) {
+    static bool endsSilent(std::span<const float> samples) {
         constexpr std::size_t pause = 9600;
         return samples.size() >= pause &&
                std::all_of(samples.end() - pause, samples.end(), [](float sample) { return sample == 0; });
     }
 
-    static bool isAudible(const Samples& samples) {
+    static bool isAudible(std::span<const float> samples) {
         return std::any_of(samples.begin(), samples.end(), [](float sample) { return sample != 0; });
     }
 
@@ -119,24 +113,21 @@ TEST_F(ProcessTapTest, SilenceArrivesWhileNothingPlays) {
 TEST_F(ProcessTapTest, DefaultLoudspeakerIsHeardBitByBit) {
     const Samples sound = noise(96000, 2);
     TapRecording recording(m_connection);
-    expectExact(heardOf(player("sound.wav", sound, 2), recording), sound);
+    expectExact(heardOf({sound}, recording), sound);
 }
 
 TEST_F(ProcessTapTest, OtherLoudspeakerIsHeardBitByBit) {
     const Samples sound = noise(48000, 2);
     TapRecording recording(m_connection);
-    expectExact(heardOf(onHeadphones(player("sound.wav", sound, 2)), recording), sound);
+    expectExact(heardOf(onHeadphones({sound}), recording), sound);
 }
 
 TEST_F(ProcessTapTest, ApplicationThatPlaysAlreadyIsHeardFromTheStartOfTheCapture) {
     const Samples sound = noise(96000, 2);
-    RunningProgram application(player("sound.wav", sound, 2));
-    {
-        TapRecording listener(m_connection);
-        ASSERT_TRUE(listener.heard().waitUntil(isAudible));
-    }
+    const TestPlayer application(m_connection, m_folder.path(), "test_player", {sound});
+    TapRecording listener(m_connection);
+    ASSERT_TRUE(listener.heard().waitUntil(isAudible));
     TapRecording recording(m_connection);
-    EXPECT_EQ(application.wait(), 0);
     const Samples heard = heardSince(0, recording);
     ASSERT_GE(heard.size(), 48000U);
     const auto position = positionOf(std::span(heard).first(64), sound);
@@ -148,19 +139,17 @@ TEST_F(ProcessTapTest, OneApplicationAfterTheOtherIsHeard) {
     TapRecording recording(m_connection);
     for (std::uint64_t seed = 1; seed <= 3; ++seed) {
         const Samples sound = noise(12000, 2, seed);
-        expectExact(heardOf(player("sound.wav", sound, 2), recording), sound);
+        expectExact(heardOf({sound}, recording), sound);
     }
 }
 
 TEST_F(ProcessTapTest, MonoIsHeardOnBothSidesAtFullLevel) {
     const Samples sound = noise(48000, 1);
     TapRecording recording(m_connection);
-    expectExact(heardOf(player("sound.wav", sound, 1), recording), onBothSides(sound));
+    expectExact(heardOf({sound, 1}, recording), onBothSides(sound));
 }
 
-/// Front left, front right, centre, low frequencies, rear left, rear right.
-constexpr std::uint32_t surroundMask = 0x3f;
-
+/// Of front left, front right, centre, low frequencies, rear left, rear right.
 Samples stereoOfSurround(const Samples& sound, float lowFrequencyLevel) {
     Samples stereo;
     for (std::size_t i = 0; i < sound.size(); i += 6)
@@ -174,16 +163,14 @@ TEST_F(ProcessTapTest, SurroundThatTheServerFitsToAStereoLoudspeakerIsHeardAsFit
     const Samples sound = noise(48000, 6);
     TapRecording recording(m_connection);
     // The server adds low frequencies too, 9 dB softer, and sums in an order of its own.
-    expectWithin(1e-6F, heardOf(player("sound.wav", sound, 6, 48000, surroundMask), recording),
-                 stereoOfSurround(sound, 0.35355339F));
+    expectWithin(1e-6F, heardOf({sound, 6}, recording), stereoOfSurround(sound, 0.35355339F));
 }
 
 TEST_F(ProcessTapTest, SurroundThatKeepsItsChannelsIsMixedDown) {
     const Samples sound = noise(48000, 6);
     TapRecording recording(m_connection);
-    auto keepsChannels = player("sound.wav", sound, 6, 48000, surroundMask);
-    keepsChannels.insert(keepsChannels.end() - 1, {"--properties", "{ stream.dont-remix = true }"});
-    expectExact(heardOf(keepsChannels, recording), stereoOfSurround(sound, 0));
+    expectExact(heardOf({sound, 6, 48000, "{ stream.dont-remix = true }"}, recording),
+                stereoOfSurround(sound, 0));
 }
 
 TEST_F(ProcessTapTest, OtherSampleRateKeepsLengthAndLevel) {
@@ -191,7 +178,7 @@ TEST_F(ProcessTapTest, OtherSampleRateKeepsLengthAndLevel) {
     for (int i = 0; i < 44100; ++i)
         sound.insert(sound.end(), 2, 0.25F * std::sin(2 * std::numbers::pi_v<float> * 440 * i / 44100));
     TapRecording recording(m_connection);
-    const Samples heard = heardOf(player("sound.wav", sound, 2, 44100), recording);
+    const Samples heard = heardOf({sound, 2, 44100}, recording);
     EXPECT_NEAR(static_cast<double>(heard.size()) / 2, 48000, missingAtMost);
     ASSERT_GE(heard.size(), 48000U);
     const double energy =
@@ -200,13 +187,12 @@ TEST_F(ProcessTapTest, OtherSampleRateKeepsLengthAndLevel) {
 }
 
 TEST_F(ProcessTapTest, ApplicationsAtOnceAddUpExactly) {
-    const Samples first = noise(96000, 2, 1);
+    const Samples first = noise(144000, 2, 1);
     const Samples second = noise(24000, 2, 2);
     TapRecording recording(m_connection);
-    RunningProgram application(player("first.wav", first, 2));
+    const TestPlayer application(m_connection, m_folder.path(), "first", {first});
     ASSERT_TRUE(recording.heard().waitUntil(isAudible));
-    EXPECT_EQ(RunningProgram(onHeadphones(player("second.wav", second, 2))).wait(), 0);
-    EXPECT_EQ(application.wait(), 0);
+    const TestPlayer another(m_connection, m_folder.path(), "second", onHeadphones({second}));
 
     Samples rest = heardSince(0, recording);
     const std::size_t missing = missingSamples(rest, first);
@@ -220,7 +206,7 @@ TEST_F(ProcessTapTest, VolumeAndMuteOfTheLoudspeakerDoNotMatter) {
     TapRecording recording(m_connection);
     EXPECT_EQ(RunningProgram({"wpctl", "set-volume", "@DEFAULT_AUDIO_SINK@", "0.1"}).wait(), 0);
     EXPECT_EQ(RunningProgram({"wpctl", "set-mute", "@DEFAULT_AUDIO_SINK@", "1"}).wait(), 0);
-    expectExact(heardOf(player("sound.wav", sound, 2), recording), sound);
+    expectExact(heardOf({sound}, recording), sound);
     EXPECT_EQ(RunningProgram({"wpctl", "set-volume", "@DEFAULT_AUDIO_SINK@", "1.0"}).wait(), 0);
     EXPECT_EQ(RunningProgram({"wpctl", "set-mute", "@DEFAULT_AUDIO_SINK@", "0"}).wait(), 0);
 }
@@ -228,8 +214,12 @@ TEST_F(ProcessTapTest, VolumeAndMuteOfTheLoudspeakerDoNotMatter) {
 TEST_F(ProcessTapTest, ApplicationOfThePulseInterfaceIsHeardBitByBit) {
     const Samples sound = noise(48000, 2);
     TapRecording recording(m_connection);
-    const std::string file = player("sound.wav", sound, 2).back();
-    expectExact(heardOf({"paplay", file}, recording), sound);
+    Samples file = sound;
+    file.resize(file.size() + 24000); // paplay ends before its last blocks are played
+    writeWav(m_folder / "sound.wav", file, 2, 48000);
+    RunningProgram application({"paplay", (m_folder / "sound.wav").string()});
+    expectExact(heardSince(0, recording), sound);
+    EXPECT_EQ(application.wait(), 0);
 }
 
 TEST_F(ProcessTapTest, LoopbackIsNotHeardTwice) {
@@ -249,9 +239,7 @@ TEST_F(ProcessTapTest, LoopbackIsNotHeardTwice) {
         return hasPorts([](const auto& node) { return node.name == "test_loopback"; }) &&
                hasPorts([](const auto& node) { return !node.linkGroup.empty(); });
     }));
-    auto throughLoopback = player("sound.wav", sound, 2);
-    throughLoopback.insert(throughLoopback.end() - 1, {"--target", "test_loopback"});
-    expectExact(heardOf(throughLoopback, recording), sound);
+    expectExact(heardOf({sound, 2, 48000, "{ target.object = test_loopback }"}, recording), sound);
 }
 
 TEST_F(ProcessTapTest, OwnOutputIsHeard) {
