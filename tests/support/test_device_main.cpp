@@ -39,7 +39,8 @@ struct Device {
     pw_stream* raw = nullptr; // for the real-time thread
     spa_source* timer = nullptr;
     timespec nextBlock{};
-    int ticksSinceDone = 0;
+    bool isStreaming = false; // else nobody deals with a block
+    double blockStarted = 0;  // nanoseconds of the monotonic clock
     std::atomic<bool> blockUnderWay = false;
     std::uint64_t position = 0;
     bool isMicrophone = true;
@@ -70,20 +71,28 @@ struct Device {
     }
 
     void startBlock() {
-        // A user that went away in the middle of a block never finishes it: half a second is enough.
-        const int patience = clicks ? 96 : 24;
-        if (!pw_stream_is_driving(raw) || (blockUnderWay && ++ticksSinceDone < patience)) return;
-        if (clicks && !tellTime()) return;
-        ticksSinceDone = 0;
+        const double now = monotonicTime();
+        // A user that goes away in the middle of a block never finishes it. Everybody else does, sooner or
+        // later. Time is measured, not counted in ticks: those of a time without a processor come all at
+        // once.
+        constexpr double patience = 2e9;
+        if (!isStreaming || !pw_stream_is_driving(raw)) return;
+        if (blockUnderWay && now - blockStarted < patience) return;
+        if (clicks && !tellTime(now)) return;
+        blockStarted = now;
         blockUnderWay = true;
         pw_stream_trigger_process(raw);
     }
 
-    /// False when the next block is not complete yet.
-    bool tellTime() {
+    /// In nanoseconds.
+    static double monotonicTime() {
         timespec time{};
         clock_gettime(CLOCK_MONOTONIC, &time);
-        const double now = static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
+        return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
+    }
+
+    /// False when the next block is not complete yet.
+    bool tellTime(double now) {
         if (now - due > 1e9) due = now; // nobody listened, or too long to catch up
         if (due > now) return false;
         if (clock != nullptr) {
@@ -101,6 +110,14 @@ struct Device {
 
     static void onIo(void* self, std::uint32_t id, void* area, std::uint32_t /*size*/) {
         if (id == SPA_IO_Clock) static_cast<Device*>(self)->clock = static_cast<spa_io_clock*>(area);
+    }
+
+    /// What a pause interrupts is never done.
+    static void onStateChanged(void* self, pw_stream_state /*before*/, pw_stream_state now,
+                               const char* /*error*/) {
+        auto& device = *static_cast<Device*>(self);
+        device.isStreaming = now == PW_STREAM_STATE_STREAMING;
+        device.blockUnderWay = false;
     }
 
     static void onBlockDone(void* self) { static_cast<Device*>(self)->blockUnderWay = false; }
@@ -173,6 +190,7 @@ int main(int count, char** arguments) {
     events.version = PW_VERSION_STREAM_EVENTS;
     events.process = Device::onProcess;
     events.trigger_done = Device::onBlockDone;
+    events.state_changed = Device::onStateChanged;
     events.io_changed = Device::onIo;
     device.stream.reset(pw_stream_new_simple(
         device.events(), name,

@@ -4,6 +4,7 @@
 #include "support/running_program.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -17,6 +18,8 @@ struct PlayedSound {
     int channels = 2;              ///< 1, 2 or 6
     int rate = 48000;              ///< hertz
     std::string properties = "{}"; ///< of its stream
+    /// Repeats its first frame until it is told to begin.
+    bool waits = false;
 };
 
 /// An application that plays a sound once, and silence after it until the end of the scope. It is never late,
@@ -36,6 +39,8 @@ class TestPlayer {
                                 [this](const pipewire::Node& node) { return node.name == m_name; });
         }));
     }
+    /// Once its first frame was heard.
+    void begin() { m_program.signal(SIGUSR1); }
     TestPlayer(const TestPlayer&) = delete;
     TestPlayer& operator=(const TestPlayer&) = delete;
 
@@ -45,8 +50,13 @@ class TestPlayer {
         std::ofstream(file, std::ios::binary)
             .write(reinterpret_cast<const char*>(sound.samples.data()),
                    static_cast<std::streamsize>(sound.samples.size() * sizeof(float)));
-        return {MURMELO_TEST_PLAYER,        m_name,          file.string(), std::to_string(sound.channels),
-                std::to_string(sound.rate), sound.properties};
+        return {MURMELO_TEST_PLAYER,
+                m_name,
+                file.string(),
+                std::to_string(sound.channels),
+                std::to_string(sound.rate),
+                sound.properties,
+                sound.waits ? "when-told" : "at-once"};
     }
 
     PipeWireConnection& m_connection;

@@ -1,8 +1,8 @@
 // An application that plays one sound and then silence, until it is ended:
-//     test_player NAME FILE CHANNELS RATE [PROPERTIES]
+//     test_player NAME FILE CHANNELS RATE PROPERTIES at-once|when-told
 // FILE holds the samples as bare 32-bit floats, interleaved; CHANNELS is 1, 2 or 6 (front left, front right,
 // centre, low frequencies, rear left, rear right). PROPERTIES are further properties of its stream, such as
-// "{ target.object = test_headphones }".
+// "{ target.object = test_headphones }". With when-told it repeats the first frame until it receives SIGUSR1.
 // The samples are in memory before the stream exists, and the real-time thread hands them over within the
 // cycle that asks for them. Players that are fed by their main thread, such as pw-cat, put silence into the
 // middle of their sound when that thread has to wait for a processor.
@@ -11,6 +11,7 @@
 #include "platform/pipewire/handles.h"
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
@@ -19,6 +20,8 @@
 #include <iostream>
 #include <memory>
 #include <spa/param/audio/raw.h>
+#include <span>
+#include <string>
 #include <vector>
 
 namespace {
@@ -31,6 +34,7 @@ struct Player {
     std::unique_ptr<pw_main_loop, MainLoopDeleter> loop{pw_main_loop_new(nullptr)};
     std::vector<float> samples;
     std::size_t next = 0; // sample
+    std::atomic<bool> begins = false;
     std::size_t channels = 0;
     pipewire::StreamHandle stream;
     pw_stream* raw = nullptr; // for the real-time thread
@@ -48,14 +52,24 @@ struct Player {
         const std::size_t frameBytes = channels * sizeof(float);
         const std::uint64_t room = data.maxsize / frameBytes;
         const std::size_t wanted = channels * (requested != 0 ? std::min(requested, room) : room);
-        const std::size_t sounding = std::min(wanted, samples.size() - next);
-        auto* const begin = static_cast<float*>(data.data);
-        std::fill_n(std::copy_n(samples.data() + next, sounding, begin), wanted - sounding, 0.0F);
-        next += sounding;
+        const std::span<float> block(static_cast<float*>(data.data), wanted);
+        if (begins)
+            play(block);
+        else
+            for (std::size_t i = 0; i < wanted; ++i) block[i] = samples[i % channels];
         data.chunk->offset = 0;
         data.chunk->stride = static_cast<std::int32_t>(frameBytes);
         data.chunk->size = static_cast<std::uint32_t>(wanted * sizeof(float));
     }
+
+    void play(std::span<float> block) {
+        const std::size_t sounding = std::min(block.size(), samples.size() - next);
+        std::copy_n(samples.data() + next, sounding, block.begin());
+        std::fill(block.begin() + static_cast<std::ptrdiff_t>(sounding), block.end(), 0.0F);
+        next += sounding;
+    }
+
+    static void onBegin(void* self, int /*signal*/) { static_cast<Player*>(self)->begins = true; }
 
     static void onEnd(void* self, int /*signal*/) {
         pw_main_loop_quit(static_cast<Player*>(self)->loop.get());
@@ -81,8 +95,8 @@ std::vector<std::uint32_t> positionsOf(std::size_t channels) {
 } // namespace
 
 int main(int count, char** arguments) {
-    if (count < 5) {
-        std::cerr << "usage: test_player NAME FILE CHANNELS RATE [PROPERTIES]\n";
+    if (count != 7) {
+        std::cerr << "usage: test_player NAME FILE CHANNELS RATE PROPERTIES at-once|when-told\n";
         return 2;
     }
     const pipewire::Library library;
@@ -90,12 +104,14 @@ int main(int count, char** arguments) {
     player.samples = samplesOf(arguments[2]);
     player.channels = static_cast<std::size_t>(std::atoi(arguments[3]));
     const auto rate = static_cast<std::uint32_t>(std::atoi(arguments[4]));
+    player.begins = arguments[6] == std::string("at-once");
     pw_loop* const loop = pw_main_loop_get_loop(player.loop.get());
     pw_loop_add_signal(loop, SIGTERM, Player::onEnd, &player);
+    pw_loop_add_signal(loop, SIGUSR1, Player::onBegin, &player);
     pw_properties* const properties = pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY,
                                                         "Playback", PW_KEY_NODE_NAME, arguments[1], nullptr);
-    if (count > 5)
-        pw_properties_update_string(properties, arguments[5], std::char_traits<char>::length(arguments[5]));
+    const std::string more = arguments[5];
+    pw_properties_update_string(properties, more.data(), more.size());
 
     pw_stream_events events{};
     events.version = PW_VERSION_STREAM_EVENTS;
