@@ -72,17 +72,20 @@ struct Device {
 
     void startBlock() {
         const double now = monotonicTime();
-        // A user that goes away in the middle of a block never finishes it. Everybody else does, sooner or
-        // later. Time is measured, not counted in ticks: those of a time without a processor come all at
-        // once.
-        constexpr double patience = 2e9;
+        // A user that comes or goes in the middle of a block may keep it from being finished. Everybody else
+        // finishes it, sooner or later. Time is measured, not counted in ticks: those of a time without a
+        // processor come all at once.
+        if (blockUnderWay && now - blockStarted < patience()) return;
         if (!isStreaming || !pw_stream_is_driving(raw)) return;
-        if (blockUnderWay && now - blockStarted < patience) return;
         if (clicks && !tellTime(now)) return;
         blockStarted = now;
         blockUnderWay = true;
         pw_stream_trigger_process(raw);
     }
+
+    /// In nanoseconds. A recorder takes a microphone that is silent for long for one that is gone, and clicks
+    /// need not be exact: they tell the time.
+    double patience() const { return clicks ? 0.5e9 : isMicrophone ? 2e9 : 10e9; }
 
     /// In nanoseconds.
     static double monotonicTime() {

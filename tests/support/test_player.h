@@ -25,8 +25,8 @@ struct PlayedSound {
 /// An application that plays a sound once, and silence after it until the end of the scope. It is never late,
 /// however busy the machine is.
 ///
-/// At the end of the scope the server knows it no more. Servers before version 1.0 lose a cycle for everybody
-/// when an application leaves in the middle of it: let none go while another one's sound is compared.
+/// At the end of the scope the server knows it no more. PipeWire 0.3 may lose a cycle for everybody when an
+/// application comes or goes in the middle of it: let none do so while another one's sound is compared.
 class TestPlayer {
   public:
     TestPlayer(PipeWireConnection& connection, const std::filesystem::path& folder, std::string name,
