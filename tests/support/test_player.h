@@ -25,7 +25,7 @@ struct PlayedSound {
 /// An application that plays a sound once, and silence after it until the end of the scope. It is never late,
 /// however busy the machine is.
 ///
-/// At the end of the scope the server knows it no more. PipeWire 0.3 may lose a cycle for everybody when an
+/// At the end of the scope the server knows it no more. PipeWire may lose a cycle for everybody when an
 /// application comes or goes in the middle of it: let none do so while another one's sound is compared.
 class TestPlayer {
   public:
