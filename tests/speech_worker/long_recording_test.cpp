@@ -29,12 +29,12 @@ Costs transcribe(int minutes) {
     const std::vector<float> pause = hiss(1, 0.001F);
     const std::size_t before = heapInUse();
     Costs costs;
-    std::string arguments[] = {"--model", "/m", "--locale", "en_US", "/f.m4a"};
+    std::string arguments[] = {"--model", "/m", "--locale", "en_US", "3"};
     char* pointers[5];
     for (std::size_t i = 0; i < 5; ++i) pointers[i] = arguments[i].data();
     runWorker(
         pointers, [](const WorkerArguments&) { return std::make_unique<OneWordRecogniser>(); },
-        [&](const std::filesystem::path&, const AudioSink& sink) {
+        [&](int, const AudioSink& sink) {
             for (int second = 0; second < minutes * 60; ++second) {
                 sink(second % 60 == 0 ? speech : pause);
                 costs.mostMemory = std::max(costs.mostMemory, heapInUse() - before);
