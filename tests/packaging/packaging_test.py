@@ -186,13 +186,17 @@ class InstalledTree(unittest.TestCase):
                     "-c:a", "aac", recording / f"{track}.m4a")
         # No speech model is downloaded for this.
         home = {"PATH": "/usr/bin:/bin", "HOME": self.folder.name, "LANG": "en_US.UTF-8", "https_proxy": "http://127.0.0.1:9"}
-        done = run(self.root / "bin/murmelo", "transcribe", recording, env=home)
-        for name in ("murmelo-speech-pocketsphinx", "murmelo-audio-length"):
-            worker = self.root / "libexec/murmelo" / name
-            hidden = worker.rename(worker.with_suffix(".hidden"))
-            without = run(self.root / "bin/murmelo", "transcribe", recording, env=home)
-            hidden.rename(worker)
-            self.assertIn(f"The speech worker {worker} is missing", without.stderr)
+        transcribe = (self.root / "bin/murmelo", "transcribe", "--verbose", recording)
+        done = run(*transcribe, env=home)
+        # With the worker for sherpa-onnx alone a model would be downloaded first.
+        for hidden in (["murmelo-speech-pocketsphinx", "murmelo-speech-sherpa-onnx"], ["murmelo-audio-length"]):
+            workers = [self.root / "libexec/murmelo" / name for name in hidden]
+            for worker in workers:
+                worker.rename(worker.with_suffix(".hidden"))
+            without = run(*transcribe, env=home)
+            for worker in workers:
+                worker.with_suffix(".hidden").rename(worker)
+            self.assertIn(f"The speech worker {workers[0]} is missing", without.stderr)
         self.assertNotIn("is missing", done.stderr)
 
     def test_the_heaviest_libraries_come_with_the_module_only(self):
