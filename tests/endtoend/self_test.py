@@ -123,7 +123,6 @@ class EndDuringTranscription(SelfTest):
         self.program = program_without_workers(self.work)
         self.worker_started = self.work / "started"
         worker = self.work / "libexec/murmelo-speech-pocketsphinx"
-        worker.parent.mkdir()
         worker.write_text(f"#!/bin/sh\ntouch '{self.worker_started}'; sleep 1000\n")
         worker.chmod(0o755)
 
