@@ -237,7 +237,9 @@ TEST_F(FolderModelStoreTest, AnArchiveThatLeavesItsFolderInstallsNothing) {
 TEST_F(FolderModelStoreTest, AnArchiveWithoutAnyFileInstallsNothing) {
     for (const std::string folders : {"./", "sherpa-small/"}) {
         setDownload(TarArchive().addFolder(folders).bytes());
-        EXPECT_EQ(installFailure(ModelFailure::archive),
+        const std::filesystem::path archive = folder / "small-en.tar.bz2";
+        writeFile(archive, served);
+        EXPECT_EQ(failureOf(ModelFailure::archive, [&] { installFrom(archive); }),
                   "The archive of the speech model is refused: it holds no file.");
         EXPECT_FALSE(isInstalled());
     }
