@@ -47,7 +47,7 @@ void IniSettingsStore::write() {
     // folder, and for a moment a file, with those of the umask.
     const std::filesystem::path file = m_settings.fileName().toStdString();
     createPrivateFolder(file.parent_path());
-    FileHandle(openPrivateFile(file, O_WRONLY | O_CREAT));
+    const FileHandle created(openPrivateFile(file, O_WRONLY | O_CREAT));
     m_settings.sync();
     if (m_settings.status() == QSettings::AccessError) logFault("cannot be written");
 }
