@@ -155,7 +155,7 @@ TEST_F(LostDiskTest, EndOfTheRecordingIsToldThoughTheUserWasWarnedBefore) {
 class RealLostDiskTest : public LostDiskTest {
   protected:
     void SetUp() override {
-        if (!disk.mounted()) GTEST_SKIP() << "only root may mount a file system";
+        if (!disk.mounted()) GTEST_SKIP() << "no image can be mounted here: that takes root and loop devices";
     }
 
     /// Three seconds, all on the disk.
