@@ -1,4 +1,4 @@
-# Headers of others that many sources include, parsed once for each set of targets instead of once for each source.
+# Headers of the standard library, Qt and GoogleTest, parsed once for each set of targets instead of once for each source.
 # Sources go on including what they use: scripts/tidy and the preset fuzz work without this and find what is missing.
 #
 # murmelo_precompiled_headers(SET HEADERS header... [LINKS target...] [OPTIONS option...])

@@ -1,7 +1,7 @@
 # Sourced by ./test and .ci/run, after scripts/set-up.sh: runs tests that are built. Needs bash.
 
-# Why a test may be left out. Everything else that a test lets out is a failure: a program is missing that should be
-# installed, or a check was lost unnoticed.
+# The reasons for which a test may be skipped. A skip for any other reason fails the run: a program that should be
+# installed is missing, or a check was lost unnoticed.
 acceptable_skips="no image can be mounted here|this kernel can't be asked to|sway cannot run here|clang-format 19 is needed"
 ((EUID == 0)) || acceptable_skips+="|only root may mount"
 
