@@ -26,8 +26,8 @@ endfunction()
 # murmelo_test(NAME LABEL label SOURCES file... [LINKS target...] [ENVIRONMENT "A=b"...] [TIMEOUT s] [WRAPPER cmd...]
 #              [ONE_THREAD] [SLOW])
 # One GoogleTest program. Unit tests are found one by one, as NAME.Suite.Test, and run side by side; below sanitizers,
-# which take long to start, the program runs as a whole. Programs of the other labels always do (their set-up is
-# expensive), one at a time per label. ONE_THREAD says that it has no other thread, so that the thread sanitizer has
+# which take long to start, and in the configuration Quick, the program runs as a whole. Programs of the other labels
+# always do (their set-up is expensive), one at a time per label. ONE_THREAD says that it has no other thread, so that the thread sanitizer has
 # nothing to find there. SLOW ones have the label unit-slow, and ./test --quick leaves them out.
 function(murmelo_test name)
     cmake_parse_arguments(ARG "ONE_THREAD;SLOW" "LABEL;TIMEOUT" "SOURCES;LINKS;ENVIRONMENT;WRAPPER" ${ARGN})
@@ -51,6 +51,10 @@ function(murmelo_test name)
     if(ARG_LABEL STREQUAL "unit" AND NOT MURMELO_SANITIZE)
         gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_TIMEOUT 60
                              PROPERTIES LABELS ${label} TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "${ARG_ENVIRONMENT}")
+        if(NOT ARG_SLOW)
+            add_test(NAME ${name} CONFIGURATIONS Quick COMMAND ${name})
+            set_tests_properties(${name} PROPERTIES LABELS quick TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "${ARG_ENVIRONMENT}")
+        endif()
         return()
     endif()
     add_test(NAME ${name} COMMAND ${ARG_WRAPPER} $<TARGET_FILE:${name}>)

@@ -52,7 +52,7 @@ class PowerCuts(TestCase):
             shutil.copyfile(image, copy)
         return cuts
 
-    @unittest.skipIf(os.geteuid() != 0, "only root may mount a file system")
+    @unittest.skipIf(os.geteuid() != 0, "no file system can be mounted here: that takes root")
     def test_at_most_two_seconds_are_lost(self):
         disk = Disk(self.work / "disk.image", self.work / "disk").make()
         mounted = disk.mount()

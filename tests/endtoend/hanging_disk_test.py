@@ -60,7 +60,7 @@ class Bubbles:
             invocation.return_value(None)
 
 
-@unittest.skipIf(os.geteuid() != 0, "only root may mount a file system and freeze it")
+@unittest.skipIf(os.geteuid() != 0, "no file system can be mounted here: that takes root")
 class HangingDisk(DesktopTest):
     @classmethod
     def setUpClass(cls):

@@ -85,7 +85,7 @@ TEST_F(FullDiskTest, FileThatCannotEvenBeginIsRemoved) {
 
 TEST_F(FullDiskTest, LessRoomThanForAMinuteIsAnErrorAndLeavesNoFile) {
     const SmallDisk disk(folder / "disk", 900);
-    if (!disk.mounted()) GTEST_SKIP() << "only root may mount a small file system";
+    if (!disk.mounted()) GTEST_SKIP() << "no file system can be mounted here: that takes root";
     try {
         createFile(disk / "voice.m4a");
         ADD_FAILURE() << "created";
@@ -97,7 +97,7 @@ TEST_F(FullDiskTest, LessRoomThanForAMinuteIsAnErrorAndLeavesNoFile) {
 
 TEST_F(FullDiskTest, AllThreeFilesAreClosedOrdinaryAndPlayableBeforeTheDiskIsFullAndTheUserIsToldOnce) {
     const SmallDisk disk(folder / "disk", 3400);
-    if (!disk.mounted()) GTEST_SKIP() << "only root may mount a small file system";
+    if (!disk.mounted()) GTEST_SKIP() << "no file system can be mounted here: that takes root";
     AacFileWriterFactory factory([&](const std::string& sentence) { notices.push_back(sentence); });
     const std::vector<std::string> names{"voice.m4a", "system.m4a", "mix.m4a"};
     std::vector<Writer> writers;
