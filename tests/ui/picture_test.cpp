@@ -1,3 +1,4 @@
+#include "support/picture_difference.h"
 #include "ui/ui_fixture.h"
 
 #include <QDir>
@@ -74,10 +75,22 @@ class Pictures : public UiFixture, public testing::WithParamInterface<Look> {
                                      << ": nobody has looked at this version's yet";
         const QImage expected(folder.filePath(name));
         ASSERT_EQ(drawn.size(), expected.size()) << name.toStdString();
-        if (const double share = shareOfDifferentPixels(drawn, expected); share > 0.002) {
+        if (const PictureDifference difference = differenceBetween(drawn, expected); difference.isVisible()) {
             drawn.save("drawn-" + name);
-            ADD_FAILURE() << name.toStdString() << ": " << share * 100 << " % of the pixels differ";
+            ADD_FAILURE() << name.toStdString() << ": " << difference.share * 100 << " % of the tile at "
+                          << difference.tile.x() << ',' << difference.tile.y() << " differ";
         }
+    }
+
+    /// Whether the comparison notices that this is not drawn.
+    bool noticesTheLossOf(const char* name) {
+        runEventLoop();
+        const QImage before = m_window->grabWindow();
+        item(name).setOpacity(0);
+        runEventLoop();
+        const bool noticed = differenceBetween(m_window->grabWindow(), before).isVisible();
+        item(name).setOpacity(1);
+        return noticed;
     }
 
   private:
@@ -98,19 +111,6 @@ class Pictures : public UiFixture, public testing::WithParamInterface<Look> {
         QImageWriter writer(file, "png");
         writer.setCompression(100);
         if (!writer.write(coarse)) throw std::runtime_error("cannot write " + file.toStdString());
-    }
-    static double shareOfDifferentPixels(const QImage& one, const QImage& other) {
-        constexpr int tolerance = 8; // of 255: less than between a card and the window
-        int different = 0;
-        for (int y = 0; y < one.height(); ++y)
-            for (int x = 0; x < one.width(); ++x) {
-                const QColor a = one.pixelColor(x, y);
-                const QColor b = other.pixelColor(x, y);
-                if (std::max({std::abs(a.red() - b.red()), std::abs(a.green() - b.green()),
-                              std::abs(a.blue() - b.blue())}) > tolerance)
-                    ++different;
-            }
-        return static_cast<double>(different) / (one.width() * one.height());
     }
 };
 
@@ -230,6 +230,18 @@ TEST_P(Pictures, MetersLowAndBeyond) {
     openPanel();
     setLevels(0.01F, 1.7F);
     compare("meters-low-beyond", &item("inputCard"));
+}
+
+// --- the comparison itself
+
+TEST_P(Pictures, NoticeTheSmallestThingThatVanishes) {
+    openPanel();
+    setLastRecording();
+    setLevels(0.01F, 0);
+    for (const char* name : {"savedSymbol", "recordSymbol", "recordButton", "transcriptSwitch", "fill"})
+        EXPECT_TRUE(noticesTheLossOf(name)) << name;
+    m_state->isTranscribing = true;
+    EXPECT_TRUE(noticesTheLossOf("transcribingSpinner"));
 }
 
 } // namespace
