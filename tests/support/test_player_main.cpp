@@ -3,77 +3,44 @@
 // FILE holds the samples as bare 32-bit floats, interleaved; CHANNELS is 1, 2 or 6 (front left, front right,
 // centre, low frequencies, rear left, rear right). PROPERTIES are further properties of its stream, such as
 // "{ target.object = test_headphones }". With when-told it repeats the first frame until it receives SIGUSR1.
-// The samples are in memory before the stream exists, and the real-time thread hands them over within the
-// cycle that asks for them. Players that are fed by their main thread, such as pw-cat, put silence into the
-// middle of their sound when that thread has to wait for a processor.
+// The samples are in memory before the stream exists.
 
-#include "platform/pipewire/calls.h"
-#include "platform/pipewire/handles.h"
+#include "support/playing_application.h"
 
 #include <algorithm>
 #include <atomic>
-#include <csignal>
-#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
-#include <memory>
 #include <spa/param/audio/raw.h>
-#include <span>
-#include <string>
-#include <vector>
+#include <utility>
 
 namespace {
 
-struct MainLoopDeleter {
-    void operator()(pw_main_loop* loop) const { pw_main_loop_destroy(loop); }
-};
-
-struct Player {
-    std::unique_ptr<pw_main_loop, MainLoopDeleter> loop{pw_main_loop_new(nullptr)};
-    std::vector<float> samples;
-    std::size_t next = 0; // sample
-    std::atomic<bool> begins = false;
-    std::size_t channels = 0;
-    pipewire::StreamHandle stream;
-    pw_stream* raw = nullptr; // for the real-time thread
-
-    static void onProcess(void* self) {
-        auto& player = *static_cast<Player*>(self);
-        pw_buffer* const buffer = pw_stream_dequeue_buffer(player.raw);
-        if (buffer == nullptr) return;
-        player.fill(buffer->buffer->datas[0], buffer->requested);
-        pw_stream_queue_buffer(player.raw, buffer);
+class TestPlayer final : public PlayingApplication {
+  public:
+    TestPlayer(std::vector<float> samples, bool begins) : m_samples(std::move(samples)), m_begins(begins) {
+        pw_loop_add_signal(loop(), SIGUSR1, onBegin, this);
     }
 
-    /// `requested` in frames, 0 when the server leaves it open.
-    void fill(const spa_data& data, std::uint64_t requested) {
-        const std::size_t frameBytes = channels * sizeof(float);
-        const std::uint64_t room = data.maxsize / frameBytes;
-        const std::size_t wanted = channels * (requested != 0 ? std::min(requested, room) : room);
-        const std::span<float> block(static_cast<float*>(data.data), wanted);
-        if (begins)
-            play(block);
-        else
-            for (std::size_t i = 0; i < wanted; ++i) block[i] = samples[i % channels];
-        data.chunk->offset = 0;
-        data.chunk->stride = static_cast<std::int32_t>(frameBytes);
-        data.chunk->size = static_cast<std::uint32_t>(wanted * sizeof(float));
+  private:
+    void fill(std::span<float> block) override {
+        if (m_begins) return play(block);
+        for (std::size_t i = 0; i < block.size(); ++i) block[i] = m_samples[i % channels()];
     }
 
     void play(std::span<float> block) {
-        const std::size_t sounding = std::min(block.size(), samples.size() - next);
-        std::copy_n(samples.data() + next, sounding, block.begin());
+        const std::size_t sounding = std::min(block.size(), m_samples.size() - m_next);
+        std::copy_n(m_samples.data() + m_next, sounding, block.begin());
         std::fill(block.begin() + static_cast<std::ptrdiff_t>(sounding), block.end(), 0.0F);
-        next += sounding;
+        m_next += sounding;
     }
 
-    static void onBegin(void* self, int /*signal*/) { static_cast<Player*>(self)->begins = true; }
+    static void onBegin(void* self, int /*signal*/) { static_cast<TestPlayer*>(self)->m_begins = true; }
 
-    static void onEnd(void* self, int /*signal*/) {
-        pw_main_loop_quit(static_cast<Player*>(self)->loop.get());
-    }
+    const std::vector<float> m_samples;
+    std::size_t m_next = 0; // sample
+    std::atomic<bool> m_begins;
 };
 
 std::vector<float> samplesOf(const std::filesystem::path& file) {
@@ -99,33 +66,7 @@ int main(int count, char** arguments) {
         std::cerr << "usage: test_player NAME FILE CHANNELS RATE PROPERTIES at-once|when-told\n";
         return 2;
     }
-    const pipewire::Library library;
-    Player player;
-    player.samples = samplesOf(arguments[2]);
-    player.channels = static_cast<std::size_t>(std::atoi(arguments[3]));
-    const auto rate = static_cast<std::uint32_t>(std::atoi(arguments[4]));
-    player.begins = arguments[6] == std::string("at-once");
-    pw_loop* const loop = pw_main_loop_get_loop(player.loop.get());
-    pw_loop_add_signal(loop, SIGTERM, Player::onEnd, &player);
-    pw_loop_add_signal(loop, SIGUSR1, Player::onBegin, &player);
-    pw_properties* const properties = pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY,
-                                                        "Playback", PW_KEY_NODE_NAME, arguments[1], nullptr);
-    const std::string more = arguments[5];
-    pw_properties_update_string(properties, more.data(), more.size());
-
-    pw_stream_events events{};
-    events.version = PW_VERSION_STREAM_EVENTS;
-    events.process = Player::onProcess;
-    player.stream.reset(pw_stream_new_simple(loop, arguments[1], properties, &events, &player));
-    player.raw = player.stream.get();
-    std::vector<std::uint8_t> memory;
-    const spa_pod* format = pipewire::buildFloatFormat(positionsOf(player.channels), memory, rate);
-    constexpr auto flags = static_cast<pw_stream_flags>(
-        PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_RT_PROCESS);
-    if (!player.raw || pw_stream_connect(player.raw, PW_DIRECTION_OUTPUT, PW_ID_ANY, flags, &format, 1) < 0) {
-        std::cerr << "test_player: there is no sound server\n";
-        return 1;
-    }
-    pw_main_loop_run(player.loop.get());
-    return 0;
+    TestPlayer player(samplesOf(arguments[2]), arguments[6] == std::string("at-once"));
+    return player.run(arguments[1], positionsOf(static_cast<std::size_t>(std::atoi(arguments[3]))),
+                      static_cast<std::uint32_t>(std::atoi(arguments[4])), arguments[5]);
 }
