@@ -8,7 +8,9 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <set>
 #include <sstream>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -127,19 +129,24 @@ TEST(DebugLog, WithoutAConsoleTheFileGetsEveryLineAllTheSame) {
     EXPECT_EQ(capture.messages(), std::vector<std::string>{"shown"});
 }
 
-TEST(DebugLog, LinesOfSeveralThreadsStayWhole) {
+TEST(DebugLog, EachLineOfSeveralThreadsIsWrittenOnceAndWhole) {
     LogCapture capture;
     DebugLog::log("first");
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i)
-        threads.emplace_back([] {
-            for (int k = 0; k < 50; ++k) DebugLog::log("[rec] a line");
+        threads.emplace_back([i] {
+            for (int k = 0; k < 50; ++k)
+                DebugLog::log("[rec] line " + std::to_string(k) + " of thread " + std::to_string(i));
         });
     for (std::thread& thread : threads) thread.join();
+    std::multiset<std::string> expected{stamp + "first"};
+    for (int i = 0; i < 4; ++i)
+        for (int k = 0; k < 50; ++k)
+            expected.insert(stamp + "[rec] line " + std::to_string(k) + " of thread " + std::to_string(i));
+    std::multiset<std::string> written;
     std::istringstream lines(contentOf(DebugLog::url()));
-    std::string line;
-    std::getline(lines, line);
-    while (std::getline(lines, line)) EXPECT_EQ(line, stamp + "[rec] a line");
+    for (std::string line; std::getline(lines, line);) written.insert(line);
+    EXPECT_EQ(written, expected);
 }
 
 /// A handler of exit() runs when what was made after it is destroyed already.

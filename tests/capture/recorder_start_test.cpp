@@ -144,10 +144,17 @@ TEST_F(RecorderStart, SilentMicrophoneIsWaitedForEightSecondsAndTheStartGoesOn) 
     EXPECT_TRUE(m_errors.empty());
 }
 
-TEST_F(RecorderStart, WaitIsLoggedInTenthsEvenWhenItWasZero) {
+TEST_F(RecorderStart, WaitIsLoggedInTenths) {
     m_onSleep = [this] { m_mics.deliver({0.1F}); };
     startWithFiles();
     EXPECT_EQ(log()[3], "[rec] mic delivering after 0.1s callbacks=1");
+}
+
+TEST_F(RecorderStart, MicrophoneThatDeliversAtOnceIsNotWaitedFor) {
+    m_mics.onStart = [this] { hear({0.1F}); };
+    startWithFiles();
+    EXPECT_EQ(m_sleeps, 0);
+    EXPECT_EQ(log()[3], "[rec] mic delivering after 0.0s callbacks=1");
 }
 
 TEST_F(RecorderStart, MicrophoneThatDoesNotRunIsOnlyLogged) {

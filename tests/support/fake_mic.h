@@ -4,6 +4,7 @@
 #include "capture/mic_source.h"
 #include "support/call_journal.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -49,6 +50,7 @@ class FakeMics final : public MicSourceFactory {
     std::optional<Error> openError;
     bool acceptsOutput = true;
     bool getsRunning = true;
+    std::function<void()> onStart; ///< on the thread that starts it, while it runs already
 
   private:
     class Mic final : public MicSource {
@@ -68,6 +70,7 @@ class FakeMics final : public MicSourceFactory {
         void start() override {
             m_mics.m_journal.note("mic start");
             m_mics.setRunning(true);
+            if (m_mics.onStart) m_mics.onStart();
         }
         bool waitUntilRunning() override { return m_mics.getsRunning; }
         void stop() noexcept override {

@@ -29,6 +29,16 @@ class ChildProcessTest : public testing::Test {
         return end;
     }
 
+    /// Of a process that a child has left: reaping it is not ours, its parent is process 1 now.
+    static void waitForEndOf(int process) {
+        const std::filesystem::path status = "/proc/" + std::to_string(process) + "/stat";
+        const auto ended = [&] {
+            const std::string text = contentOf(status);
+            return text.empty() || text.find(") Z ") != text.npos;
+        };
+        while (!ended()) std::this_thread::yield();
+    }
+
     std::vector<std::string> lines;
     std::string errors;
 
@@ -127,8 +137,17 @@ TEST_F(ChildProcessTest, AStopRequestedBeforeTheRunLetsNothingThrough) {
     EXPECT_EQ(run("exec sleep 1000", stop.get_token()).how, How::stopped);
 }
 
-TEST_F(ChildProcessTest, DestructionEndsAProgramThatNobodyWaitedFor) {
-    const ChildProcess ignoresTheEndOfItsInput("/bin/sh", {"-c", "exec sleep 1000 </dev/null"});
+TEST_F(ChildProcessTest, DestructionEndsAProgramThatNobodyWaitedForAndAllThatItStarted) {
+    const TemporaryFolder folder;
+    const std::filesystem::path file = folder / "process";
+    {
+        const ChildProcess ignoresTheEndOfItsInput(
+            "/bin/sh", {"-c", "sleep 1000 & echo $! >'" + file.string() + "'; exec sleep 1000 </dev/null"});
+        EXPECT_TRUE(hasChild());
+        while (!contentOf(file).ends_with('\n')) std::this_thread::yield();
+    }
+    EXPECT_FALSE(hasChild());
+    waitForEndOf(std::stoi(contentOf(file)));
 }
 
 TEST_F(ChildProcessTest, WhatTheHandlerThrowsPassesThrough) {
@@ -139,12 +158,7 @@ TEST_F(ChildProcessTest, WhatTheHandlerThrowsPassesThrough) {
 TEST_F(ChildProcessTest, WhatTheProgramLeftRunningIsKilledAndNotWaitedFor) {
     run("sleep 1000 & echo $!");
     ASSERT_EQ(lines.size(), 1U);
-    const std::filesystem::path status = "/proc/" + lines[0] + "/stat";
-    const auto ended = [&] { // reaping it is not ours: its parent is process 1 now
-        const std::string text = contentOf(status);
-        return text.empty() || text.find(") Z ") != text.npos;
-    };
-    while (!ended()) std::this_thread::yield();
+    waitForEndOf(std::stoi(lines[0]));
 }
 
 TEST_F(ChildProcessTest, SignalsAreDefaultAndUnblockedInTheProgram) {
