@@ -27,8 +27,9 @@ endfunction()
 #              [ONE_THREAD] [SLOW])
 # One GoogleTest program. Unit tests are found one by one, as NAME.Suite.Test, and run side by side; below sanitizers,
 # which take long to start, and in the configuration Quick, the program runs as a whole. Programs of the other labels
-# always do (their set-up is expensive), one at a time per label. ONE_THREAD says that it has no other thread, so that the thread sanitizer has
-# nothing to find there. SLOW ones have the label unit-slow, and ./test --quick leaves them out.
+# always do (their set-up is expensive); those of the labels ui and speech one at a time. ONE_THREAD says that it has
+# no other thread, so that the thread sanitizer has nothing to find there. SLOW ones have the label unit-slow, and
+# ./test --quick leaves them out. The target test_programs is all of them, with what they need.
 function(murmelo_test name)
     cmake_parse_arguments(ARG "ONE_THREAD;SLOW" "LABEL;TIMEOUT" "SOURCES;LINKS;ENVIRONMENT;WRAPPER" ${ARGN})
     if(NOT ARG_TIMEOUT)
@@ -44,6 +45,7 @@ function(murmelo_test name)
         set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
         return()
     endif()
+    add_dependencies(test_programs ${name})
     set(label ${ARG_LABEL})
     if(ARG_SLOW)
         set(label unit-slow)
@@ -59,10 +61,7 @@ function(murmelo_test name)
     endif()
     add_test(NAME ${name} COMMAND ${ARG_WRAPPER} $<TARGET_FILE:${name}>)
     set_tests_properties(${name} PROPERTIES LABELS ${label} TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "${ARG_ENVIRONMENT}")
-    if(NOT ARG_LABEL STREQUAL "unit")
+    if(ARG_LABEL MATCHES "^(ui|speech)$")
         set_tests_properties(${name} PROPERTIES RESOURCE_LOCK ${ARG_LABEL})
-    endif()
-    if(ARG_LABEL STREQUAL "device")
-        set_tests_properties(${name} PROPERTIES RUN_SERIAL ON) # sound runs in real time
     endif()
 endfunction()
