@@ -1,6 +1,7 @@
 #include "base/error.h"
 #include "platform/speech/worker_engine.h"
 #include "support/log_capture.h"
+#include "support/old_kernel.h"
 #include "support/process_leftovers.h"
 #include "support/sounds_without_speech.h"
 #include "support/spoken_track.h"
@@ -130,6 +131,18 @@ TEST_F(RecognitionTest, AStopWhileItRecognisesLeavesNothing) {
     }
     EXPECT_FALSE(hasChild());
     EXPECT_EQ(openDescriptors(), descriptors);
+}
+
+TEST_F(RecognitionTest, OnAKernelWithoutASandboxTheSameIsHeard) {
+    const std::vector<float> track = joined({silence(1), spoken("rms", sentences[1]), silence(1)});
+    const std::string text = heard(track);
+    EXPECT_NE(text, "");
+    const auto hearOnAnOldKernel = [&] {
+        oldKernel::withoutLandlock(ENOSYS);
+        oldKernel::withoutFilters();
+        std::exit(heard(track) == text ? 0 : 1);
+    };
+    EXPECT_EXIT(hearOnAnOldKernel(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(RecognitionTest, AFileThatIsNoAudioIsAClearError) {

@@ -4,11 +4,14 @@
 #include "speech_worker/protocol.h"
 #include "speech_worker/sherpa_recogniser.h"
 #include "speech_worker/silero_cutter.h"
+#include "support/old_kernel.h"
 #include "support/process_leftovers.h"
 #include "support/spoken_track.h"
 #include "support/synthetic_voice.h"
 
+#include <cstdlib>
 #include <gmock/gmock.h>
+#include <iostream>
 
 namespace {
 
@@ -96,6 +99,19 @@ TEST_P(SherpaKindTest, WritesWhatItHearsWithItsTimesCapitalsAndPunctuation) {
     ASSERT_TRUE(answer.end);
     EXPECT_NEAR(answer.end->lastSampleTime.value_or(0), 6.3, 0.001);
     EXPECT_EQ(answer.how.value, 0);
+}
+
+TEST_P(SherpaKindTest, OnAKernelWithoutASandboxItHearsTheSameAndSaysWhatIsMissing) {
+    const auto hearOnAnOldKernel = [this] {
+        oldKernel::withoutLandlock(ENOSYS);
+        oldKernel::withoutFilters();
+        const Answer answer = transcribe(toys / GetParam());
+        std::cerr << answer.errors;
+        std::exit(answer.utterances.size() == 2 && answer.utterances[0].text == "Hello there." ? 0 : 1);
+    };
+    EXPECT_EXIT(hearOnAnOldKernel(), testing::ExitedWithCode(0),
+                "this kernel does not limit which files a process may open: Function not implemented\n"
+                "this kernel does not let a process give up its rights");
 }
 
 TEST_P(SherpaKindTest, HearsNothingInSilenceNoiseAndTones) {
