@@ -42,4 +42,6 @@ set_source_files_properties(${compiled_qml} PROPERTIES UNITY_GROUP compiled_qml)
 set_target_properties(ui PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP
     UNITY_BUILD_CODE_BEFORE_INCLUDE "#pragma GCC diagnostic ignored \"-Wshadow\"")
 file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/.clang-tidy "Checks: '-*,misc-definitions-in-headers'\n")
-murmelo_use_precompiled(ui_qmlcache quick)
+if(TARGET ui_qmlcache) # their loader; later versions of Qt have it in the library itself
+    murmelo_use_precompiled(ui_qmlcache quick)
+endif()
