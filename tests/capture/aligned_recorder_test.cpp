@@ -57,4 +57,21 @@ TEST_F(AlignedRecorderTest, SilenceForAMicrophoneThatNeverCameIsNoFirstAudio) {
     EXPECT_FALSE(m_levels.empty());
 }
 
+TEST_F(AlignedRecorderTest, MicrophoneThatStandsStillAfterItsFirstBlockTakesNoSystemAudioFromTheMix) {
+    m_onSleep = [this] { m_mics.deliver(std::vector<float>(960, 0.125F), 0ms); };
+    EXPECT_TRUE(m_aligned->recorder.start(m_mic, "/recordings/one"));
+    run();
+    m_mics.presentID = "another"; // it cannot be opened again either
+    for (int i = 1; i <= 600; ++i) {
+        m_system.deliverStereo(std::vector<float>(1920, 0.25F), i * 20ms);
+        run();
+        m_queues.at("tapdeck.lookout")->advance(20ms);
+    }
+    m_aligned->recorder.stop();
+    run();
+    const std::vector<float>& mix = file("mix.m4a").left;
+    EXPECT_GE(mix.size(), 11U * 48000) << "of twelve seconds";
+    EXPECT_EQ(std::count(mix.begin() + 960, mix.end(), 0.25F), std::ssize(mix) - 960);
+}
+
 } // namespace
