@@ -116,7 +116,7 @@ bool Recorder::startSystemAudio() {
     DebugLog::log("[rec] tap create status=" + std::to_string(tap.status) + " id=" + std::to_string(tap.id));
     if (tap.status != 0 || tap.id == 0)
         return fail("Could not create the system-audio tap (error " + std::to_string(tap.status) +
-                    "). Check the System Audio Recording permission, then relaunch.");
+                    "). Is the sound server (PipeWire) running?");
 
     SystemAudioSource::Created device{};
     if (!unlessStopped([&] { device = m_tap.createDevice("Tapdeck System Capture", "sys"); }))

@@ -166,8 +166,8 @@ TEST_F(RecorderStart, MicrophoneThatDoesNotRunIsOnlyLogged) {
 TEST_F(RecorderStart, TapThatCannotBeCreatedEndsTheStartBeforeTheDevice) {
     m_system.tap = {-13, 0};
     EXPECT_FALSE(startWithFiles());
-    EXPECT_EQ(m_errors, Lines{"Could not create the system-audio tap (error -13). Check the System Audio "
-                              "Recording permission, then relaunch."});
+    EXPECT_EQ(m_errors, Lines{"Could not create the system-audio tap (error -13). Is the sound server "
+                              "(PipeWire) running?"});
     EXPECT_EQ(log().back(), "[rec] tap create status=-13 id=0");
     EXPECT_EQ(calls(), (Lines{"mic open mic", "create voice.m4a", "create system.m4a", "create mix.m4a",
                               "mic start", "create tap", "error", "mic stop", "mic close", "close voice.m4a",
@@ -177,8 +177,8 @@ TEST_F(RecorderStart, TapThatCannotBeCreatedEndsTheStartBeforeTheDevice) {
 TEST_F(RecorderStart, TapWithoutAnObjectIsAFailureToo) {
     m_system.tap = {0, 0};
     EXPECT_FALSE(startPreview());
-    EXPECT_EQ(m_errors, Lines{"Could not create the system-audio tap (error 0). Check the System Audio "
-                              "Recording permission, then relaunch."});
+    EXPECT_EQ(m_errors, Lines{"Could not create the system-audio tap (error 0). Is the sound server "
+                              "(PipeWire) running?"});
 }
 
 TEST_F(RecorderStart, DeviceThatCannotBeCreatedDestroysTheTap) {

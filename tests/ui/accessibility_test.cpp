@@ -43,9 +43,9 @@ TEST_F(Accessibility, EverythingOnThePanelHasAName) {
     EXPECT_THAT(
         spoken(QAccessible::queryAccessibleInterface(m_window)),
         ElementsAre("Murmelo", "Start Recording", "Input", "Microphone", "Microphone level",
-                    "Whatever you hear on this Mac", "System audio level", "Transcript",
+                    "Whatever you hear on this computer", "System audio level", "Transcript",
                     "Quick on-device transcript with speaker labels. For higher quality, open the audio in "
-                    "MacWhisper or any transcription app.",
+                    "any transcription app.",
                     "Permissions…", "Quit"));
 }
 

@@ -58,7 +58,7 @@ TEST_F(Keyboard, GoesToTheLastRecordingsButtons) {
     makeATranscribedRecording();
     giveKeyboardTo("transcriptSwitch");
     EXPECT_THAT(round(4),
-                ElementsAre("transcriptSwitch", "transcriptButton", "finderButton", "permissionsButton"));
+                ElementsAre("transcriptSwitch", "transcriptButton", "folderButton", "permissionsButton"));
 }
 
 TEST_F(Keyboard, PassesWhatIsDisabled) {
@@ -74,7 +74,7 @@ TEST_F(Keyboard, SpaceAndReturnPressWhatHasIt) {
     makeATranscribedRecording();
     for (const Qt::Key key : {Qt::Key_Space, Qt::Key_Return, Qt::Key_Enter}) {
         m_workspace.opened.clear();
-        giveKeyboardTo("finderButton");
+        giveKeyboardTo("folderButton");
         press(key);
         EXPECT_EQ(m_workspace.opened.size(), 1U);
         const bool before = m_state->transcribeEnabled;

@@ -353,7 +353,7 @@ TEST_F(Panel, ARecordingIsSavedWithItsLength) {
     EXPECT_TRUE(isVisible("savedSymbol"));
     EXPECT_FALSE(isVisible("transcribingSpinner"));
     EXPECT_FALSE(isVisible("transcriptButton"));
-    EXPECT_TRUE(isVisible("finderButton"));
+    EXPECT_TRUE(isVisible("folderButton"));
 }
 
 TEST_F(Panel, WhileTranscribingASpinnerTurnsAndOnlyTheFolderCanBeOpened) {
@@ -364,7 +364,7 @@ TEST_F(Panel, WhileTranscribingASpinnerTurnsAndOnlyTheFolderCanBeOpened) {
     EXPECT_TRUE(isVisible("transcribingSpinner"));
     EXPECT_FALSE(isVisible("savedSymbol"));
     EXPECT_FALSE(isVisible("transcriptButton"));
-    EXPECT_TRUE(isVisible("finderButton"));
+    EXPECT_TRUE(isVisible("folderButton"));
 }
 
 TEST_F(Panel, AFinishedTranscriptCanBeOpened) {
@@ -389,10 +389,11 @@ TEST_F(Panel, AFailedTranscriptionIsToldAndCannotBeOpened) {
     EXPECT_EQ(text("statusLine"), "Transcription failed: No speech.");
 }
 
-TEST_F(Panel, FinderShowsTheRecordingsFolder) {
+TEST_F(Panel, FolderShowsTheRecordingsFolder) {
     openPanel();
     const std::filesystem::path folder = makeARecording();
-    click("finderButton");
+    EXPECT_EQ(text("folderButton"), "Folder");
+    click("folderButton");
     EXPECT_THAT(m_workspace.opened, ElementsAre(folder));
 }
 
@@ -473,10 +474,10 @@ TEST_F(Panel, SpeaksInTheseWords) {
         if (each->isVisible() && each->inherits("QQuickText")) texts.push_back(textOf(*each));
     const char* const explanation =
         "Quick on-device transcript with speaker labels. For higher quality, open "
-        "the audio in MacWhisper or any transcription app.";
+        "the audio in any transcription app.";
     for (const char* const expected :
-         {"Murmelo", "Start Recording", "Input", "Desk Mic", "Whatever you hear on this Mac", "Transcript",
-          explanation, "Permissions…", "Quit"})
+         {"Murmelo", "Start Recording", "Input", "Desk Mic", "Whatever you hear on this computer",
+          "Transcript", explanation, "Permissions…", "Quit"})
         EXPECT_THAT(texts, testing::Contains(expected));
 }
 

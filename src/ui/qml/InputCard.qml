@@ -61,7 +61,7 @@ Card {
                 RowIcon { name: "speaker-wave-2" }
                 Label {
                     Layout.fillWidth: true
-                    text: qsTr("Whatever you hear on this Mac")
+                    text: qsTr("Whatever you hear on this computer")
                     font.pixelSize: Theme.body
                     color: Theme.primary
                     wrapMode: Text.Wrap

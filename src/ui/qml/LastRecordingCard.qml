@@ -38,8 +38,8 @@ Card {
             onClicked: root.app.openTranscript()
         }
         LinkButton {
-            objectName: "finderButton"
-            text: qsTr("Finder")
+            objectName: "folderButton"
+            text: qsTr("Folder")
             onClicked: root.app.revealLastRecording()
         }
     }

@@ -19,7 +19,7 @@ Card {
         }
         Label {
             Layout.fillWidth: true
-            text: qsTr("Quick on-device transcript with speaker labels. For higher quality, open the audio in MacWhisper or any transcription app.")
+            text: qsTr("Quick on-device transcript with speaker labels. For higher quality, open the audio in any transcription app.")
             font.pixelSize: Theme.caption
             lineHeight: 1.12
             color: Theme.secondary
