@@ -50,8 +50,8 @@ class NoDesktop final : public SettingsStore, public MicAuthorization, public Wo
     MicStatus status() const override { return MicStatus::authorized; }
     void requestAccess(std::function<void(bool)> answered) override { answered(true); }
     void open(const std::filesystem::path& /*file*/) override {}
-    void openLink(const std::string& /*link*/) override {}
-    void setActivationPolicy(ActivationPolicy /*policy*/) override {}
+    void openSettings(SettingsPage /*page*/) override {}
+    void setPresence(Presence /*presence*/) override {}
     void activate() override {}
     std::unique_ptr<OnboardingWindow> makeOnboardingWindow(AppState& /*state*/) override { return nullptr; }
 };

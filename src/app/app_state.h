@@ -89,7 +89,7 @@ class AppState : public std::enable_shared_from_this<AppState> {
     void checkSystemAudio();
     void grantSystemAudio();
     void openMicrophoneSettings();
-    void openAudioRecordingSettings();
+    void openSoundSettings();
 
     // app_state_last_recording.cpp
     /// Asked of the file system each time.
@@ -132,8 +132,6 @@ class AppState : public std::enable_shared_from_this<AppState> {
 
     void previewStarted(const std::shared_ptr<CaptureEngine>& engine, bool started);
     void showLevels(float mic, float system);
-
-    void open(const std::string& link);
 
     void runSelfTests();
     void runDiagnostic();

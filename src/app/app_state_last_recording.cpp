@@ -16,7 +16,3 @@ void AppState::revealLastRecording() {
     m_services.workspace.open(lastRecording.get() ? lastRecording.get()->mix.parent_path()
                                                   : recordingsFolder());
 }
-
-void AppState::open(const std::string& link) {
-    m_services.workspace.openLink(link);
-}

@@ -10,11 +10,11 @@ constexpr auto timeToAnswer = 2s;
 } // namespace
 
 void AppState::openOnboarding() {
-    m_services.windowing.setActivationPolicy(Windowing::ActivationPolicy::regular);
+    m_services.windowing.setPresence(Windowing::Presence::taskBar);
     m_services.windowing.activate();
     const bool isNew = !m_onboardingWindow;
     if (isNew) m_onboardingWindow = m_services.windowing.makeOnboardingWindow(*this);
-    m_onboardingWindow->makeKeyAndOrderFront();
+    m_onboardingWindow->showInFront();
     // A check may raise the system's question: not before the user has been led to it.
     if (isNew && m_services.settings.boolean("onboarded")) checkSystemAudio();
 }
@@ -22,7 +22,7 @@ void AppState::openOnboarding() {
 void AppState::finishOnboarding() {
     m_services.settings.setBoolean("onboarded", true);
     m_onboardingWindow.reset();
-    m_services.windowing.setActivationPolicy(Windowing::ActivationPolicy::accessory);
+    m_services.windowing.setPresence(Windowing::Presence::trayOnly);
 }
 
 void AppState::requestMic() {
@@ -53,9 +53,9 @@ void AppState::grantSystemAudio() {
 }
 
 void AppState::openMicrophoneSettings() {
-    open("x-apple.systempreferences:com.apple.settings.PrivacySecurity.extension?Privacy_Microphone");
+    m_services.workspace.openSettings(SettingsPage::microphone);
 }
 
-void AppState::openAudioRecordingSettings() {
-    open("x-apple.systempreferences:com.apple.settings.PrivacySecurity.extension?Privacy_AudioCapture");
+void AppState::openSoundSettings() {
+    m_services.workspace.openSettings(SettingsPage::sound);
 }

@@ -9,19 +9,19 @@ class OnboardingWindow {
   public:
     virtual ~OnboardingWindow() = default;
     /// Shows it in front of the others, with the keyboard.
-    virtual void makeKeyAndOrderFront() = 0;
+    virtual void showInFront() = 0;
 };
 
 /// Port: how the program appears on the desktop. Main thread.
 class Windowing {
   public:
-    enum class ActivationPolicy {
-        regular,  ///< an entry in the task bar
-        accessory ///< the tray only
+    enum class Presence {
+        taskBar, ///< an entry in the task bar
+        trayOnly ///< nothing but the tray icon
     };
 
     virtual ~Windowing() = default;
-    virtual void setActivationPolicy(ActivationPolicy policy) = 0;
+    virtual void setPresence(Presence presence) = 0;
     /// Comes to the front, ignoring other programs.
     virtual void activate() = 0;
     /// "Set up Murmelo", 460 x 320, title and close button only, centred, showing that state. Closing it by

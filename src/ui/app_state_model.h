@@ -97,7 +97,7 @@ class AppStateModel final : public QObject {
     Q_INVOKABLE void finishOnboarding() { m_state.finishOnboarding(); }
     Q_INVOKABLE void requestMic() { m_state.requestMic(); }
     Q_INVOKABLE void grantSystemAudio() { m_state.grantSystemAudio(); }
-    Q_INVOKABLE void openAudioRecordingSettings() { m_state.openAudioRecordingSettings(); }
+    Q_INVOKABLE void openSoundSettings() { m_state.openSoundSettings(); }
     /// Stops the engines, and asks for the end of the program once files are closed.
     Q_INVOKABLE void quit();
 

@@ -23,7 +23,7 @@ class QuickOnboardingWindow final : public OnboardingWindow {
     QuickOnboardingWindow(const QuickOnboardingWindow&) = delete;
     QuickOnboardingWindow& operator=(const QuickOnboardingWindow&) = delete;
 
-    void makeKeyAndOrderFront() override {
+    void showInFront() override {
         if (!m_window) return;
         m_model->reread();
         m_window->show();
@@ -41,7 +41,7 @@ class QuickOnboardingWindow final : public OnboardingWindow {
 QuickWindowing::QuickWindowing(Views& views, std::function<AppStateModel&(AppState&)> modelOf)
     : m_views(views), m_modelOf(std::move(modelOf)) {}
 
-void QuickWindowing::setActivationPolicy(ActivationPolicy /*policy*/) {}
+void QuickWindowing::setPresence(Presence /*presence*/) {}
 
 /// A desktop lets no program come to the front as such, only a window, when it is shown.
 void QuickWindowing::activate() {}

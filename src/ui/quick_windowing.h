@@ -10,13 +10,13 @@ class AppStateModel;
 class Views;
 
 /// The program's windows on the desktop. The onboarding window has a place in the task bar, the panel has
-/// none: that alone makes the difference between the two policies, so there is nothing to switch.
+/// none: that alone makes the difference between the two kinds of presence, so there is nothing to switch.
 class QuickWindowing final : public Windowing {
   public:
     /// `modelOf` gives the model of a state, which is made after the windowing. Both outlive it.
     QuickWindowing(Views& views, std::function<AppStateModel&(AppState&)> modelOf);
 
-    void setActivationPolicy(ActivationPolicy policy) override;
+    void setPresence(Presence presence) override;
     void activate() override;
     std::unique_ptr<OnboardingWindow> makeOnboardingWindow(AppState& state) override;
 

@@ -4,7 +4,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using Policy = Windowing::ActivationPolicy;
+using Presence = Windowing::Presence;
 
 class AppStatePermissions : public AppStateFixture {
   protected:
@@ -23,7 +23,7 @@ TEST_F(AppStatePermissions, OnTheFirstRunTheWindowComesWithoutACheck) {
     m_settings.values.erase("onboarded");
     launchQuietly();
     settle();
-    EXPECT_THAT(calls(), ElementsAre("policy regular", "activate", "make window", "window to front"));
+    EXPECT_THAT(calls(), ElementsAre("show in task bar", "activate", "make window", "window to front"));
     EXPECT_THAT(m_announced, IsEmpty());
 }
 
@@ -32,7 +32,7 @@ TEST_F(AppStatePermissions, AReturningUserSeesAFreshCheck) {
     state.openOnboarding();
     settle();
     EXPECT_THAT(calls(),
-                ElementsAre("policy regular", "activate", "make window", "window to front", "check"));
+                ElementsAre("show in task bar", "activate", "make window", "window to front", "check"));
     EXPECT_EQ(state.systemAudioGranted.get(), true);
 }
 
@@ -43,18 +43,18 @@ TEST_F(AppStatePermissions, OpenedTwiceThereIsOneWindowAndOneCheck) {
     m_journal.clear();
     state.openOnboarding();
     settle();
-    EXPECT_THAT(calls(), ElementsAre("policy regular", "activate", "window to front"));
+    EXPECT_THAT(calls(), ElementsAre("show in task bar", "activate", "window to front"));
 }
 
 TEST_F(AppStatePermissions, FinishingStoresClosesAndLeavesTheTaskBar) {
     AppState& state = firstRun();
     state.finishOnboarding();
-    EXPECT_THAT(calls(), ElementsAre("store onboarded=true", "close window", "policy accessory"));
+    EXPECT_THAT(calls(), ElementsAre("store onboarded=true", "close window", "tray only"));
 }
 
 TEST_F(AppStatePermissions, FinishingWithoutAWindowStoresAllTheSame) {
     launchQuietly().finishOnboarding();
-    EXPECT_THAT(calls(), ElementsAre("store onboarded=true", "policy accessory"));
+    EXPECT_THAT(calls(), ElementsAre("store onboarded=true", "tray only"));
 }
 
 TEST_F(AppStatePermissions, AfterFinishingANewWindowIsMadeAndTheTaskBarHasItAgain) {
@@ -64,19 +64,19 @@ TEST_F(AppStatePermissions, AfterFinishingANewWindowIsMadeAndTheTaskBarHasItAgai
     state.openOnboarding();
     settle();
     EXPECT_THAT(calls(),
-                ElementsAre("policy regular", "activate", "make window", "window to front", "check"));
-    EXPECT_EQ(m_windowing.policy, Policy::regular);
+                ElementsAre("show in task bar", "activate", "make window", "window to front", "check"));
+    EXPECT_EQ(m_windowing.presence, Presence::taskBar);
 }
 
-TEST_F(AppStatePermissions, ClosingByTheTitleBarKeepsTheWindowAndItsPolicy) {
+TEST_F(AppStatePermissions, ClosingByTheTitleBarKeepsTheWindowAndItsPresence) {
     AppState& state = firstRun();
     m_windowing.closeByTitleBar();
     settle();
     EXPECT_THAT(calls(), IsEmpty());
-    EXPECT_EQ(m_windowing.policy, Policy::regular);
+    EXPECT_EQ(m_windowing.presence, Presence::taskBar);
     EXPECT_FALSE(m_settings.boolean("onboarded"));
     state.openOnboarding();
-    EXPECT_THAT(calls(), ElementsAre("policy regular", "activate", "window to front"));
+    EXPECT_THAT(calls(), ElementsAre("show in task bar", "activate", "window to front"));
     EXPECT_TRUE(m_windowing.visible);
 }
 
@@ -153,17 +153,13 @@ TEST_F(AppStatePermissions, OfOverlappingChecksTheLastToEndIsBelieved) {
     EXPECT_EQ(state.systemAudioGranted.get(), false);
 }
 
-// --- links
+// --- the desktop's settings
 
-TEST_F(AppStatePermissions, SettingsOpenByTheirLinks) {
+TEST_F(AppStatePermissions, EachSettingsOperationOpensItsPage) {
     AppState& state = launchQuietly();
     state.openMicrophoneSettings();
-    state.openAudioRecordingSettings();
-    EXPECT_THAT(
-        m_workspace.links,
-        ElementsAre(
-            "x-apple.systempreferences:com.apple.settings.PrivacySecurity.extension?Privacy_Microphone",
-            "x-apple.systempreferences:com.apple.settings.PrivacySecurity.extension?Privacy_AudioCapture"));
+    state.openSoundSettings();
+    EXPECT_THAT(m_workspace.settings, ElementsAre(SettingsPage::microphone, SettingsPage::sound));
 }
 
 } // namespace

@@ -193,7 +193,7 @@ TEST_F(AppStateTest, OnboardedAndAuthorizedOpensNothing) {
     settle();
     EXPECT_FALSE(m_windowing.visible);
     EXPECT_TRUE(m_main.idle());
-    EXPECT_EQ(m_windowing.policy, Windowing::ActivationPolicy::accessory);
+    EXPECT_EQ(m_windowing.presence, Windowing::Presence::trayOnly);
 }
 
 TEST_F(AppStateTest, TheFirstLaunchOpensOnboardingLater) {

@@ -8,9 +8,9 @@ class FakeWindowing final : public Windowing {
   public:
     explicit FakeWindowing(CallJournal& journal) : m_journal(journal) {}
 
-    void setActivationPolicy(ActivationPolicy next) override {
-        m_journal.note(next == ActivationPolicy::regular ? "policy regular" : "policy accessory");
-        policy = next;
+    void setPresence(Presence next) override {
+        m_journal.note(next == Presence::taskBar ? "show in task bar" : "tray only");
+        presence = next;
     }
     void activate() override { m_journal.note("activate"); }
     std::unique_ptr<OnboardingWindow> makeOnboardingWindow(AppState& /*state*/) override {
@@ -21,7 +21,7 @@ class FakeWindowing final : public Windowing {
     /// The user closes the window by its title bar.
     void closeByTitleBar() { visible = false; }
 
-    ActivationPolicy policy = ActivationPolicy::accessory;
+    Presence presence = Presence::trayOnly;
     bool visible = false;
 
   private:
@@ -34,7 +34,7 @@ class FakeWindowing final : public Windowing {
         }
         Window(const Window&) = delete;
         Window& operator=(const Window&) = delete;
-        void makeKeyAndOrderFront() override {
+        void showInFront() override {
             m_windowing.m_journal.note("window to front");
             m_windowing.visible = true;
         }

@@ -8,8 +8,8 @@
 class FakeWorkspace final : public Workspace {
   public:
     void open(const std::filesystem::path& file) override { opened.push_back(file); }
-    void openLink(const std::string& link) override { links.push_back(link); }
+    void openSettings(SettingsPage page) override { settings.push_back(page); }
 
     std::vector<std::filesystem::path> opened;
-    std::vector<std::string> links;
+    std::vector<SettingsPage> settings;
 };

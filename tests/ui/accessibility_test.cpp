@@ -86,7 +86,7 @@ TEST_F(Accessibility, ButtonsArePressedOnceAtATime) {
     EXPECT_FALSE(m_state->isStarting);
     m_journal.clear();
     press("permissionsButton");
-    EXPECT_THAT(calls(), ElementsAre("policy regular", "activate", "make window", "window to front"));
+    EXPECT_THAT(calls(), ElementsAre("show in task bar", "activate", "make window", "window to front"));
 }
 
 TEST_F(Accessibility, ADisabledButtonSaysSoAndCannotBePressed) {

@@ -440,7 +440,7 @@ TEST_F(Panel, PermissionsOpensTheirWindow) {
     openPanel();
     m_journal.clear();
     click("permissionsButton");
-    EXPECT_THAT(calls(), ElementsAre("policy regular", "activate", "make window", "window to front"));
+    EXPECT_THAT(calls(), ElementsAre("show in task bar", "activate", "make window", "window to front"));
 }
 
 TEST_F(Panel, WhatIsBeingSavedIsShownAsRecordingThatCannotBeStoppedAgain) {

@@ -28,14 +28,14 @@ TEST_F(QuickWindowingTest, TheWindowIsHiddenUntilItIsBroughtToTheFront) {
     const auto window = make();
     ASSERT_EQ(windows().size(), 1U);
     EXPECT_FALSE(windows()[0]->isVisible());
-    window->makeKeyAndOrderFront();
+    window->showInFront();
     EXPECT_TRUE(windows()[0]->isVisible());
     EXPECT_TRUE(QTest::qWaitForWindowActive(windows()[0]));
 }
 
 TEST_F(QuickWindowingTest, TheWindowStandsInTheMiddleOfTheScreen) {
     const auto window = make();
-    window->makeKeyAndOrderFront();
+    window->showInFront();
     const QRect screen = windows()[0]->screen()->availableGeometry();
     const QPoint away = windows()[0]->geometry().center() - screen.center();
     EXPECT_LE(away.manhattanLength(), 2);
@@ -43,13 +43,13 @@ TEST_F(QuickWindowingTest, TheWindowStandsInTheMiddleOfTheScreen) {
 
 TEST_F(QuickWindowingTest, ItsTitleBarOnlyHidesTheWindow) {
     const auto window = make();
-    window->makeKeyAndOrderFront();
+    window->showInFront();
     const QPointer<QQuickWindow> shown = windows()[0];
     shown->close();
     runEventLoop();
     ASSERT_FALSE(shown.isNull());
     EXPECT_FALSE(shown->isVisible());
-    window->makeKeyAndOrderFront();
+    window->showInFront();
     EXPECT_TRUE(shown->isVisible());
     EXPECT_EQ(windows().size(), 1U);
 }
@@ -57,12 +57,12 @@ TEST_F(QuickWindowingTest, ItsTitleBarOnlyHidesTheWindow) {
 TEST_F(QuickWindowingTest, ShownAgainItKnowsWhatHasBeenGrantedMeanwhile) {
     const auto window = make();
     m_authorization.current = MicStatus::denied;
-    window->makeKeyAndOrderFront();
+    window->showInFront();
     runEventLoop();
     EXPECT_FALSE(m_model->micGranted());
     windows()[0]->close();
     m_authorization.current = MicStatus::authorized;
-    window->makeKeyAndOrderFront();
+    window->showInFront();
     runEventLoop();
     EXPECT_TRUE(m_model->micGranted());
 }
@@ -70,7 +70,7 @@ TEST_F(QuickWindowingTest, ShownAgainItKnowsWhatHasBeenGrantedMeanwhile) {
 TEST_F(QuickWindowingTest, ItComesInFrontOfThePanelAsLongAsItIsOpen) {
     m_windows.raiseOnboardingWindow(); // there is none yet
     const auto window = make();
-    window->makeKeyAndOrderFront();
+    window->showInFront();
     QWindow panel;
     panel.show();
     panel.requestActivate();
@@ -84,7 +84,7 @@ TEST_F(QuickWindowingTest, ItComesInFrontOfThePanelAsLongAsItIsOpen) {
 
 TEST_F(QuickWindowingTest, DestroyedTheWindowIsOutOfSightAtOnceAndGoneInTheNextTurn) {
     auto window = make();
-    window->makeKeyAndOrderFront();
+    window->showInFront();
     const QPointer<QQuickWindow> shown = windows()[0];
     window.reset();
     ASSERT_FALSE(shown.isNull()); // its own button may be what ends it
@@ -95,10 +95,10 @@ TEST_F(QuickWindowingTest, DestroyedTheWindowIsOutOfSightAtOnceAndGoneInTheNextT
 
 TEST_F(QuickWindowingTest, TheWindowGoesWithItsModel) {
     auto window = make();
-    window->makeKeyAndOrderFront();
+    window->showInFront();
     m_model.reset();
     EXPECT_TRUE(windows().empty());
-    window->makeKeyAndOrderFront();
+    window->showInFront();
     window.reset();
 }
 

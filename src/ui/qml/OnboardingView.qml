@@ -87,7 +87,7 @@ FocusScope {
                 small: true
                 visible: root.app.systemAudio === AppStateModel.Silent
                 text: qsTr("Settings")
-                onClicked: root.app.openAudioRecordingSettings()
+                onClicked: root.app.openSoundSettings()
             }
         }
         Item { Layout.fillHeight: true }
