@@ -99,7 +99,7 @@ class AlignedCapture::Tap final : public SystemAudioSource {
         : m_capture(capture), m_tap(std::move(tap)) {}
     ~Tap() override {
         stop();
-        destroyProc();
+        removeHandler();
         destroyDevice();
         destroyTap();
     }
@@ -110,10 +110,10 @@ class AlignedCapture::Tap final : public SystemAudioSource {
     Created createDevice(const TapDeviceDescription& description) override {
         return m_tap->createDevice(description);
     }
-    Registered registerProc(SerialQueue& queue, Handler handler) override {
+    Registered registerHandler(SerialQueue& queue, Handler handler) override {
         m_queue = &queue;
         m_handler = std::move(handler);
-        return m_tap->registerProc(
+        return m_tap->registerHandler(
             queue, [&delivery = m_capture.m_delivery](AudioBufferList buffers, Time start) {
                 for (const AudioBuffer& buffer : buffers) // one, with both sides
                     delivery.tapBlock(start, {static_cast<const float*>(buffer.data),
@@ -129,7 +129,7 @@ class AlignedCapture::Tap final : public SystemAudioSource {
         m_tap->stop();
         m_capture.m_delivery.stopTap();
     }
-    void destroyProc() noexcept override { m_tap->destroyProc(); }
+    void removeHandler() noexcept override { m_tap->removeHandler(); }
     void destroyDevice() noexcept override { m_tap->destroyDevice(); }
     void destroyTap() noexcept override { m_tap->destroyTap(); }
 

@@ -65,9 +65,9 @@ bool CaptureCheck::systemAudioWorks() const {
     SystemTapSession tap(m_services.systemAudio.make()); // releases all of its own, in order, before the peak
     if (!exists(tap.createTap("Tapdeck Permission Check"))) return false;
     if (!exists(tap.createDevice("Tapdeck Check", "check"))) return false;
-    const SystemAudioSource::Registered proc = tap.registerProc(
+    const SystemAudioSource::Registered registered = tap.registerHandler(
         *queue, [&peak](AudioBufferList buffers, SerialQueue::Time /*start*/) { peak.hear(buffers); });
-    if (proc.status != 0 || !proc.id) return false;
+    if (registered.status != 0 || !registered.id) return false;
     tap.start(); // without success nothing is heard
 
     const std::unique_ptr<TonePlayer> player = m_services.tones.make(testToneFile(), toneVolume);

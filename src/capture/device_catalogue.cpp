@@ -57,20 +57,20 @@ std::size_t std::hash<InputDevice>::operator()(const InputDevice& device) const 
     return result;
 }
 
-std::vector<std::uint32_t> CA::allDeviceIDs() const {
+std::vector<std::uint32_t> DeviceCatalogue::allDeviceIDs() const {
     return m_devices.deviceIDs();
 }
 
-std::optional<std::string> CA::string(std::uint32_t device, StringProperty property) const {
+std::optional<std::string> DeviceCatalogue::string(std::uint32_t device, StringProperty property) const {
     return property == StringProperty::uid ? m_devices.uid(device) : m_devices.name(device);
 }
 
-std::int64_t CA::channelCount(std::uint32_t device, AudioDevices::Direction scope) const {
+std::int64_t DeviceCatalogue::channelCount(std::uint32_t device, AudioDevices::Direction scope) const {
     const std::vector<std::uint32_t> streams = m_devices.streamChannels(device, scope);
     return std::accumulate(streams.begin(), streams.end(), std::int64_t{0});
 }
 
-std::vector<InputDevice> CA::inputDevices() const {
+std::vector<InputDevice> DeviceCatalogue::inputDevices() const {
     const std::locale locale = userLocale();
     std::vector<std::pair<std::wstring, InputDevice>> kept;
     for (const std::uint32_t id : allDeviceIDs()) {
@@ -89,14 +89,14 @@ std::vector<InputDevice> CA::inputDevices() const {
     return devices;
 }
 
-std::uint32_t CA::defaultInputDeviceID() const {
+std::uint32_t DeviceCatalogue::defaultInputDeviceID() const {
     return m_devices.defaultInputDevice();
 }
 
-double CA::nominalSampleRate(std::uint32_t device) const {
+double DeviceCatalogue::nominalSampleRate(std::uint32_t device) const {
     return m_devices.nominalSampleRate(device);
 }
 
-bool CA::setNominalSampleRate(std::uint32_t device, double rate) {
+bool DeviceCatalogue::setNominalSampleRate(std::uint32_t device, double rate) {
     return m_devices.setNominalSampleRate(device, rate);
 }

@@ -24,11 +24,11 @@ struct std::hash<InputDevice> {
 };
 
 /// Questions about audio devices. Any thread; nothing fails: what cannot be told is empty, missing or 0.
-class CA {
+class DeviceCatalogue {
   public:
     enum class StringProperty { uid, name };
 
-    explicit CA(AudioDevices& devices) : m_devices(devices) {}
+    explicit DeviceCatalogue(AudioDevices& devices) : m_devices(devices) {}
 
     /// In the server's order.
     std::vector<std::uint32_t> allDeviceIDs() const;

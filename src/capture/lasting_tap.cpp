@@ -6,7 +6,7 @@ namespace {
 
 void release(SystemAudioSource& source) {
     source.stop();
-    source.destroyProc();
+    source.removeHandler();
     source.destroyDevice();
     source.destroyTap();
 }
@@ -29,15 +29,15 @@ SystemAudioSource::Created LastingTap::createDevice(const TapDeviceDescription& 
     return m_source->createDevice(description);
 }
 
-SystemAudioSource::Registered LastingTap::registerProc(SerialQueue& queue,
-                                                       SystemAudioSource::Handler handler) {
+SystemAudioSource::Registered LastingTap::registerHandler(SerialQueue& queue,
+                                                          SystemAudioSource::Handler handler) {
     m_queue = &queue;
     m_handler = std::move(handler);
     return registerWith(*m_source);
 }
 
 SystemAudioSource::Registered LastingTap::registerWith(SystemAudioSource& source) {
-    return source.registerProc(*m_queue, [this](AudioBufferList buffers, std::chrono::nanoseconds start) {
+    return source.registerHandler(*m_queue, [this](AudioBufferList buffers, std::chrono::nanoseconds start) {
         m_gave = true;
         m_handler(buffers, start);
     });
@@ -54,9 +54,9 @@ void LastingTap::stop() noexcept {
     if (std::exchange(m_wanted, false) && m_source) m_source->stop();
 }
 
-void LastingTap::destroyProc() noexcept {
+void LastingTap::removeHandler() noexcept {
     const std::lock_guard lock(m_mutex);
-    if (m_source) m_source->destroyProc();
+    if (m_source) m_source->removeHandler();
 }
 
 void LastingTap::destroyDevice() noexcept {

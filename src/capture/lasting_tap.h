@@ -17,10 +17,10 @@ class LastingTap {
     // As the port says.
     SystemAudioSource::Created createTap(const TapDescription& description);
     SystemAudioSource::Created createDevice(const TapDeviceDescription& description);
-    SystemAudioSource::Registered registerProc(SerialQueue& queue, SystemAudioSource::Handler handler);
+    SystemAudioSource::Registered registerHandler(SerialQueue& queue, SystemAudioSource::Handler handler);
     int start();
     void stop() noexcept;
-    void destroyProc() noexcept;
+    void removeHandler() noexcept;
     void destroyDevice() noexcept;
     void destroyTap() noexcept;
 

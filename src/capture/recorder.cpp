@@ -32,7 +32,7 @@ Recorder::Recorder(const RecorderServices& services)
       m_ioQueue(services.makeQueue("tapdeck.io")) {}
 
 Recorder::~Recorder() {
-    release([this] { m_tap.stopProc(); });
+    release([this] { m_tap.stop(); });
     cleanup();
 }
 
@@ -121,22 +121,23 @@ bool Recorder::startSystemAudio() {
     SystemAudioSource::Created device{};
     if (!unlessStopped([&] { device = m_tap.createDevice("Tapdeck System Capture", "sys"); }))
         return endStoppedStart();
+    // The words "agg" (the device) and "ioproc" (the handler) are part of the log's format.
     DebugLog::log("[rec] sys agg status=" + std::to_string(device.status) +
                   " id=" + std::to_string(device.id));
     if (device.status != 0 || device.id == 0)
         return fail("Could not create the system capture device (error " + std::to_string(device.status) +
                     ").");
 
-    // Without the proc the recording goes on with silent system audio: the voice is worth having.
-    SystemAudioSource::Registered proc{};
+    // Without the handler the recording goes on with silent system audio: the voice is worth having.
+    SystemAudioSource::Registered registered{};
     int startStatus = -1;
     if (!unlessStopped([&] {
-            proc = m_tap.registerProc(*m_ioQueue,
-                                      [this](AudioBufferList buffers, auto) { handleSystem(buffers); });
-            if (proc.status == 0 && proc.id) startStatus = m_tap.start();
+            registered = m_tap.registerHandler(
+                *m_ioQueue, [this](AudioBufferList buffers, auto) { handleSystem(buffers); });
+            if (registered.status == 0 && registered.id) startStatus = m_tap.start();
         }))
         return endStoppedStart();
-    DebugLog::log("[rec] sys ioproc=" + std::to_string(proc.status) +
+    DebugLog::log("[rec] sys ioproc=" + std::to_string(registered.status) +
                   " start=" + std::to_string(startStatus));
     return true;
 }
@@ -158,7 +159,7 @@ void Recorder::scheduleReport() {
 void Recorder::stop() {
     release([this] {
         m_stopRequested = true;
-        m_tap.stopProc();
+        m_tap.stop();
     });
     cleanup();
     DebugLog::log("[rec] stopped; micCallbacks=" + std::to_string(m_counters->micCallbacks) +
@@ -213,7 +214,7 @@ bool Recorder::fail(const std::string& message) {
 
 /// A stop from another thread is no failure: it has no message.
 bool Recorder::endStoppedStart() {
-    release([this] { m_tap.stopProc(); });
+    release([this] { m_tap.stop(); });
     cleanup();
     return false;
 }

@@ -40,8 +40,8 @@ struct TapDeviceDescription {
 
 /// Port: one tap on the system's audio output with the device that reads it.
 ///
-/// Call in this order: createTap, createDevice, registerProc, start; release in this order: stop,
-/// destroyProc, destroyDevice, destroyTap. Used by one thread at a time; nothing throws. A status is 0 or a
+/// Call in this order: createTap, createDevice, registerHandler, start; release in this order: stop,
+/// removeHandler, destroyDevice, destroyTap. Used by one thread at a time; nothing throws. A status is 0 or a
 /// negative errno.
 class SystemAudioSource {
   public:
@@ -61,12 +61,12 @@ class SystemAudioSource {
     virtual Created createTap(const TapDescription& description) = 0;
     virtual Created createDevice(const TapDeviceDescription& description) = 0;
     /// `handler` runs on `queue`, which outlives this object. 48 kHz; nothing is resampled by the caller.
-    virtual Registered registerProc(SerialQueue& queue, Handler handler) = 0;
+    virtual Registered registerHandler(SerialQueue& queue, Handler handler) = 0;
     virtual int start() = 0;
 
     /// After it returns the handler neither runs nor will run until the next start. Never from the handler.
     virtual void stop() noexcept = 0;
-    virtual void destroyProc() noexcept = 0;
+    virtual void removeHandler() noexcept = 0;
     virtual void destroyDevice() noexcept = 0;
     virtual void destroyTap() noexcept = 0;
 };

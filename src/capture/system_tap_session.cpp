@@ -8,7 +8,7 @@ SystemTapSession::SystemTapSession(std::unique_ptr<SystemAudioSource> source)
     : m_source(std::move(source)), m_tapUUID(newUUID()) {}
 
 SystemTapSession::~SystemTapSession() {
-    stopProc();
+    stop();
     destroyDevice();
     destroyTap();
 }
@@ -28,31 +28,31 @@ SystemAudioSource::Created SystemTapSession::createDevice(const std::string& nam
     description.uid = "org.murmelo.Murmelo." + kind + "." + newUUID();
     description.tapUUIDs = {m_tapUUID};
     const SystemAudioSource::Created device = m_source->createDevice(description);
-    if (device.status == 0) m_aggID = device.id;
+    if (device.status == 0) m_deviceID = device.id;
     return device;
 }
 
-SystemAudioSource::Registered SystemTapSession::registerProc(SerialQueue& queue,
-                                                             SystemAudioSource::Handler handler) {
-    const SystemAudioSource::Registered proc = m_source->registerProc(queue, std::move(handler));
-    m_procID = proc.id;
-    return proc;
+SystemAudioSource::Registered SystemTapSession::registerHandler(SerialQueue& queue,
+                                                                SystemAudioSource::Handler handler) {
+    const SystemAudioSource::Registered registered = m_source->registerHandler(queue, std::move(handler));
+    m_handlerID = registered.id;
+    return registered;
 }
 
 int SystemTapSession::start() {
     return m_source->start();
 }
 
-void SystemTapSession::stopProc() noexcept {
-    if (m_aggID != 0 && m_procID) {
+void SystemTapSession::stop() noexcept {
+    if (m_deviceID != 0 && m_handlerID) {
         m_source->stop();
-        m_source->destroyProc();
+        m_source->removeHandler();
     }
-    m_procID.reset();
+    m_handlerID.reset();
 }
 
 void SystemTapSession::destroyDevice() noexcept {
-    if (std::exchange(m_aggID, 0) != 0) m_source->destroyDevice();
+    if (std::exchange(m_deviceID, 0) != 0) m_source->destroyDevice();
 }
 
 void SystemTapSession::destroyTap() noexcept {

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-/// One tap, the private device that reads it and the proc that receives its audio: acquired in that order,
+/// One tap, the private device that reads it and the handler that receives its audio: acquired in that order,
 /// released in the opposite one. Used by one thread at a time.
 class SystemTapSession {
   public:
@@ -21,11 +21,11 @@ class SystemTapSession {
     SystemAudioSource::Created createTap(const std::string& name);
     /// A device that reads the tap; its identifier is the program's own prefix, `kind` and a new UUID.
     SystemAudioSource::Created createDevice(const std::string& name, const std::string& kind);
-    SystemAudioSource::Registered registerProc(SerialQueue& queue, SystemAudioSource::Handler handler);
+    SystemAudioSource::Registered registerHandler(SerialQueue& queue, SystemAudioSource::Handler handler);
     int start();
 
     // Each does nothing when there is nothing to release.
-    void stopProc() noexcept; ///< stops the audio and forgets the proc
+    void stop() noexcept; ///< stops the audio and forgets the handler
     void destroyDevice() noexcept;
     void destroyTap() noexcept;
 
@@ -33,6 +33,6 @@ class SystemTapSession {
     std::unique_ptr<SystemAudioSource> m_source;
     std::string m_tapUUID;
     std::uint32_t m_tapID = 0;
-    std::uint32_t m_aggID = 0;
-    std::optional<std::uint32_t> m_procID;
+    std::uint32_t m_deviceID = 0;
+    std::optional<std::uint32_t> m_handlerID;
 };

@@ -50,7 +50,7 @@ class AlignedCaptureFixture : public testing::Test {
         m_tap = m_capture->make();
         m_tap->createTap({"Tap", "uuid", true, false, {}});
         m_tap->createDevice({"Device", "uid", true, true, {"uuid"}});
-        m_tap->registerProc(m_ioQueue, [this](AudioBufferList buffers, auto) {
+        m_tap->registerHandler(m_ioQueue, [this](AudioBufferList buffers, auto) {
             ASSERT_EQ(buffers.size(), 1U);
             ASSERT_EQ(buffers[0].channels, 2U);
             const auto* const samples = static_cast<const float*>(buffers[0].data);

@@ -199,8 +199,8 @@ TEST_F(AlignedCaptureTest, OldTapIsReleasedInOrderBeforeTheNewOneIsMade) {
     run(second);
     m_journal.clear();
     run(5 * second / 2, Gives::sound, Gives::nothing);
-    EXPECT_EQ(m_journal.calls(), (Lines{"stop proc", "destroy proc", "destroy device", "destroy tap",
-                                        "create tap", "create device", "register proc", "start proc"}));
+    EXPECT_EQ(m_journal.calls(), (Lines{"stop audio", "remove handler", "destroy device", "destroy tap",
+                                        "create tap", "create device", "register handler", "start audio"}));
 }
 
 TEST_F(AlignedCaptureTest, StopDuringALossLeavesNothingBehind) {
@@ -211,7 +211,7 @@ TEST_F(AlignedCaptureTest, StopDuringALossLeavesNothingBehind) {
     m_system.tap = {-5, 0};
     run(4 * second, Gives::nothing, Gives::nothing);
     m_tap->stop();
-    m_tap->destroyProc();
+    m_tap->removeHandler();
     m_tap->destroyDevice();
     m_tap->destroyTap();
     m_mic->stop();

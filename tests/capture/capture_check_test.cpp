@@ -46,9 +46,10 @@ class CaptureCheckTest : public testing::Test {
 
 TEST_F(CaptureCheckTest, PlaysTheToneThroughTheTapAndReleasesEverythingInOrder) {
     EXPECT_TRUE(hearing({0, 0.25F}));
-    EXPECT_THAT(m_journal.calls(), ElementsAre("create tap", "create device", "register proc", "start proc",
-                                               "make player", "play", "sleep 900", "stop player", "stop proc",
-                                               "destroy proc", "destroy device", "destroy tap"));
+    EXPECT_THAT(m_journal.calls(),
+                ElementsAre("create tap", "create device", "register handler", "start audio", "make player",
+                            "play", "sleep 900", "stop player", "stop audio", "remove handler",
+                            "destroy device", "destroy tap"));
     EXPECT_EQ(m_tones.file, testToneFile());
     EXPECT_EQ(m_tones.volume, 0.6F);
     EXPECT_EQ(m_system.tapDescription.name, "Tapdeck Permission Check");
@@ -102,18 +103,18 @@ TEST_F(CaptureCheckTest, WithoutADeviceTheTapIsDestroyed) {
 }
 
 TEST_F(CaptureCheckTest, WithoutAProcDeviceAndTapAreDestroyed) {
-    m_system.proc = {-5, std::nullopt};
+    m_system.registered = {-5, std::nullopt};
     EXPECT_FALSE(check().systemAudioWorks());
-    EXPECT_THAT(m_journal.calls(),
-                ElementsAre("create tap", "create device", "register proc", "destroy device", "destroy tap"));
+    EXPECT_THAT(m_journal.calls(), ElementsAre("create tap", "create device", "register handler",
+                                               "destroy device", "destroy tap"));
 }
 
 TEST_F(CaptureCheckTest, WithoutAPlayerEverythingIsReleased) {
     m_tones.available = false;
     EXPECT_FALSE(check().systemAudioWorks());
     EXPECT_THAT(m_journal.calls(),
-                ElementsAre("create tap", "create device", "register proc", "start proc", "make player",
-                            "stop proc", "destroy proc", "destroy device", "destroy tap"));
+                ElementsAre("create tap", "create device", "register handler", "start audio", "make player",
+                            "stop audio", "remove handler", "destroy device", "destroy tap"));
     EXPECT_TRUE(m_log.messages().empty());
 }
 

@@ -14,8 +14,9 @@ TEST_F(RecorderStart, AcquiresInOrderAndLogsEachStep) {
         if (m_sleeps == 3) m_mics.deliver({0.1F});
     };
     EXPECT_TRUE(startWithFiles());
-    EXPECT_EQ(calls(), (Lines{"mic open mic", "create voice.m4a", "create system.m4a", "create mix.m4a",
-                              "mic start", "create tap", "create device", "register proc", "start proc"}));
+    EXPECT_EQ(calls(),
+              (Lines{"mic open mic", "create voice.m4a", "create system.m4a", "create mix.m4a", "mic start",
+                     "create tap", "create device", "register handler", "start audio"}));
     EXPECT_EQ(log(), (Lines{"[rec] capture session configured for Desk Mic preview=false",
                             "[rec] startRunning took 0.00s running=true", "[rec] first MIC callback",
                             "[rec] mic delivering after 0.3s callbacks=1", "[rec] tap create status=0 id=41",
@@ -191,15 +192,15 @@ TEST_F(RecorderStart, DeviceThatCannotBeCreatedDestroysTheTap) {
 }
 
 TEST_F(RecorderStart, RefusedRegistrationIsOnlyLoggedWithAStartStatusOfMinusOne) {
-    m_system.proc = {-22, std::nullopt};
+    m_system.registered = {-22, std::nullopt};
     EXPECT_TRUE(startPreview());
     EXPECT_EQ(log().back(), "[rec] sys ioproc=-22 start=-1");
-    EXPECT_EQ(calls().back(), "register proc");
+    EXPECT_EQ(calls().back(), "register handler");
     EXPECT_TRUE(m_errors.empty());
 }
 
 TEST_F(RecorderStart, RegistrationWithoutIdentifierIsNotStarted) {
-    m_system.proc = {0, std::nullopt};
+    m_system.registered = {0, std::nullopt};
     EXPECT_TRUE(startPreview());
     EXPECT_EQ(log().back(), "[rec] sys ioproc=0 start=-1");
 }

@@ -8,7 +8,7 @@ namespace {
 
 class RecorderStop : public RecorderFixture {};
 
-const Lines wholeRelease{"stop proc",       "destroy proc",     "mic stop",
+const Lines wholeRelease{"stop audio",      "remove handler",   "mic stop",
                          "mic close",       "destroy device",   "destroy tap",
                          "close voice.m4a", "close system.m4a", "close mix.m4a"};
 
@@ -38,7 +38,7 @@ TEST_F(RecorderStop, ReleasesNothingTwice) {
 }
 
 TEST_F(RecorderStop, WithoutProcSkipsItAndReleasesTheRest) {
-    m_system.proc = {-1, std::nullopt};
+    m_system.registered = {-1, std::nullopt};
     startWithFiles();
     m_journal.clear();
     m_recorder->stop();
@@ -127,7 +127,8 @@ TEST_F(RecorderStop, AtAnyMomentOfTheStartLeavesNothingHeld) {
         for (const std::string& call : calls()) {
             const std::string what = call.substr(call.find(' ') + 1);
             if (call.starts_with("create ") || call.starts_with("register ")) ++held[what];
-            if (call.starts_with("close ") || call.starts_with("destroy ")) --held[what];
+            if (call.starts_with("close ") || call.starts_with("destroy ") || call.starts_with("remove "))
+                --held[what];
         }
         for (const auto& [what, count] : held) EXPECT_EQ(count, 0) << what << " in round " << round;
         EXPECT_FALSE(m_mics.running());

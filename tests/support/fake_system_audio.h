@@ -42,7 +42,7 @@ class FakeSystemAudio final : public SystemAudioSourceFactory {
 
     SystemAudioSource::Created tap{0, 41};
     SystemAudioSource::Created device{0, 42};
-    SystemAudioSource::Registered proc{0, 43};
+    SystemAudioSource::Registered registered{0, 43};
     int startStatus = 0;
     TapDescription tapDescription;
     TapDeviceDescription deviceDescription;
@@ -61,23 +61,23 @@ class FakeSystemAudio final : public SystemAudioSourceFactory {
             m_fake.deviceDescription = description;
             return m_fake.device;
         }
-        Registered registerProc(SerialQueue& queue, Handler handler) override {
-            m_fake.m_journal.note("register proc");
+        Registered registerHandler(SerialQueue& queue, Handler handler) override {
+            m_fake.m_journal.note("register handler");
             m_fake.m_queue = &queue;
             m_fake.m_handler = std::make_shared<Handler>(std::move(handler));
-            return m_fake.proc;
+            return m_fake.registered;
         }
         int start() override {
-            m_fake.m_journal.note("start proc");
+            m_fake.m_journal.note("start audio");
             if (m_fake.startStatus == 0) m_fake.setRunning(true);
             return m_fake.startStatus;
         }
         void stop() noexcept override {
-            m_fake.m_journal.note("stop proc");
+            m_fake.m_journal.note("stop audio");
             m_fake.setRunning(false);
             m_fake.m_queue->sync([] {});
         }
-        void destroyProc() noexcept override { m_fake.m_journal.note("destroy proc"); }
+        void removeHandler() noexcept override { m_fake.m_journal.note("remove handler"); }
         void destroyDevice() noexcept override { m_fake.m_journal.note("destroy device"); }
         void destroyTap() noexcept override { m_fake.m_journal.note("destroy tap"); }
 

@@ -18,12 +18,12 @@ class TapRecording {
         const auto device = m_source->createDevice(testTapDevice);
         EXPECT_EQ(device.status, 0);
         EXPECT_NE(device.id, 0U);
-        const auto proc = m_source->registerProc(m_queue, [this](AudioBufferList buffers, auto) {
+        const auto registered = m_source->registerHandler(m_queue, [this](AudioBufferList buffers, auto) {
             EXPECT_EQ(buffers.size(), 1U);
             EXPECT_EQ(buffers[0].channels, 2U);
             m_heard.add({static_cast<const float*>(buffers[0].data), buffers[0].byteSize / sizeof(float)});
         });
-        EXPECT_EQ(proc.status, 0);
+        EXPECT_EQ(registered.status, 0);
         EXPECT_EQ(m_source->start(), 0);
     }
     ~TapRecording() { stop(); }
@@ -32,7 +32,7 @@ class TapRecording {
 
     void stop() {
         m_source->stop();
-        m_source->destroyProc();
+        m_source->removeHandler();
         m_source->destroyDevice();
         m_source->destroyTap();
     }

@@ -71,7 +71,7 @@ class ProcessTap final : public SystemAudioSource {
         return {0, m_node};
     }
 
-    Registered registerProc(SerialQueue& queue, Handler handler) override {
+    Registered registerHandler(SerialQueue& queue, Handler handler) override {
         if (!m_stream) return {-ENODEV, std::nullopt};
         m_queue = &queue;
         m_handler = std::move(handler);
@@ -98,7 +98,7 @@ class ProcessTap final : public SystemAudioSource {
         if (m_stream) m_stream->stop();
     }
 
-    void destroyProc() noexcept override {
+    void removeHandler() noexcept override {
         m_queue = nullptr;
         m_handler = nullptr;
     }
@@ -109,7 +109,7 @@ class ProcessTap final : public SystemAudioSource {
   private:
     void release() noexcept {
         stop();
-        destroyProc();
+        removeHandler();
         destroyDevice();
         destroyTap();
     }

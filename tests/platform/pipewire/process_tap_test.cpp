@@ -280,7 +280,7 @@ TEST_F(ProcessTapTest, StoppedTapIsQuietAndCanStartAgain) {
     const auto source = ProcessTapFactory(m_connection).make();
     ASSERT_EQ(source->createTap(testTap).status, 0);
     ASSERT_EQ(source->createDevice(testTapDevice).status, 0);
-    source->registerProc(queue, [&](AudioBufferList buffers, auto) {
+    source->registerHandler(queue, [&](AudioBufferList buffers, auto) {
         heard.add({static_cast<const float*>(buffers[0].data), buffers[0].byteSize / sizeof(float)});
     });
     for (int i = 0; i < 3; ++i) {
@@ -297,7 +297,7 @@ TEST_F(ProcessTapTest, StepsOutOfOrderAreRefused) {
     ThreadQueue queue("test.tap");
     const auto source = ProcessTapFactory(m_connection).make();
     EXPECT_LT(source->createDevice(testTapDevice).status, 0);
-    EXPECT_LT(source->registerProc(queue, [](AudioBufferList, auto) {}).status, 0);
+    EXPECT_LT(source->registerHandler(queue, [](AudioBufferList, auto) {}).status, 0);
     EXPECT_LT(source->start(), 0);
     source->stop();
     source->destroyDevice();
