@@ -30,7 +30,7 @@ qt_add_qml_module(ui
     OUTPUT_TARGETS ui_parts
     RESOURCE_PREFIX /qt/qml
     OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/qml/Murmelo/Ui
-    SOURCES ui/qml/pressable.cpp ui/qml/pressable.h
+    SOURCES ui/qml/contrast_guard.h ui/qml/pressable.cpp ui/qml/pressable.h
     QML_FILES ${qml_files}
     RESOURCES ${icon_files})
 

@@ -92,6 +92,8 @@ QObject* Views::make(const QString& type, AppStateModel& model) {
 void Views::applyAppearance() {
     if (!m_appearance || m_theme == nullptr) return;
     m_theme->setProperty("dark", m_appearance->isDark());
+    m_theme->setProperty("desktopAccent", m_appearance->accent());
+    m_theme->setProperty("highContrast", m_appearance->hasHighContrast());
     m_theme->setProperty("textScale", m_appearance->textScale());
     m_theme->setProperty("animated", m_appearance->isAnimated());
 }

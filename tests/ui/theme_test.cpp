@@ -30,6 +30,21 @@ QColor on(const QColor& below, const QColor& above, double opacity = 1) {
 class ThemeTest : public UiFixture {
   protected:
     QColor colour(const char* name) { return theme().property(name).value<QColor>(); }
+    struct Look {
+        bool dark;
+        bool highContrast;
+        const char* accent;
+    };
+    /// Each with accent colours from white to black.
+    static std::vector<Look> looks() {
+        std::vector<Look> all;
+        for (const bool dark : {false, true})
+            for (const bool highContrast : {false, true})
+                for (const char* const accent :
+                     {"#1c71d8", "#ffffff", "#f5c211", "#33d17a", "#e62d42", "#000000"})
+                    all.push_back({dark, highContrast, accent});
+        return all;
+    }
     double number(const char* name) { return theme().property(name).toDouble(); }
     QColor changed(const char* how, const QColor& tint) {
         QColor result;
@@ -38,9 +53,11 @@ class ThemeTest : public UiFixture {
     }
 };
 
-TEST_F(ThemeTest, EveryTextCanBeReadOnWhatItStandsOn) {
-    for (const bool dark : {false, true}) {
+TEST_F(ThemeTest, EveryTextCanBeReadOnWhatItStandsOnWhateverTheAccentColour) {
+    for (const auto& [dark, highContrast, accent] : looks()) {
         theme().setProperty("dark", dark);
+        theme().setProperty("highContrast", highContrast);
+        theme().setProperty("desktopAccent", QColor(accent));
         const QColor window = colour("window");
         const QColor card = on(window, colour("quaternary"), number("cardOpacity"));
         const std::vector<std::tuple<const char*, QColor, QColor>> pairs = {
@@ -67,13 +84,36 @@ TEST_F(ThemeTest, EveryTextCanBeReadOnWhatItStandsOn) {
              on(colour("red"), colour("accentText"), number("elapsedOpacity"))},
         };
         for (const auto& [what, below, above] : pairs)
-            EXPECT_GE(contrast(below, on(below, above)), 4.5) << what << (dark ? ", dark" : ", light");
+            EXPECT_GE(contrast(below, on(below, above)), highContrast ? 7 : 4.5)
+                << what << (dark ? ", dark" : ", light") << (highContrast ? ", high contrast, " : ", ")
+                << accent;
+    }
+}
+
+TEST_F(ThemeTest, AnAccentColourOnWhichWhiteCanBeReadIsTakenAsItIs) {
+    for (const char* const accent : {"#1c71d8", "#813d9c", "#000000"}) {
+        theme().setProperty("desktopAccent", QColor(accent));
+        EXPECT_EQ(colour("accent"), QColor(accent));
+    }
+}
+
+TEST_F(ThemeTest, WhereContrastIsToBeHighControlsHaveOutlines) {
+    theme().setProperty("highContrast", true);
+    for (const bool dark : {false, true}) {
+        theme().setProperty("dark", dark);
+        const QColor card = colour("card");
+        for (const char* const line : {"border", "controlBorder"})
+            for (const QColor& below : {colour("window"), card})
+                EXPECT_GE(contrast(below, on(below, colour(line))), 4.5) << line << dark;
+        EXPECT_GE(contrast(card, on(card, colour("secondary"))), 7) << dark; // symbols
     }
 }
 
 TEST_F(ThemeTest, WhatIsNoTextCanBeSeen) {
-    for (const bool dark : {false, true}) {
+    for (const auto& [dark, highContrast, accent] : looks()) {
         theme().setProperty("dark", dark);
+        theme().setProperty("highContrast", highContrast);
+        theme().setProperty("desktopAccent", QColor(accent));
         const QColor card = on(colour("window"), colour("quaternary"), number("cardOpacity"));
         EXPECT_GE(contrast(colour("window"), colour("focus")), 3) << dark;
         EXPECT_GE(contrast(card, colour("focus")), 3) << dark;

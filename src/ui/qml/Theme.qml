@@ -1,37 +1,44 @@
 pragma Singleton
 import QtQuick
+import Murmelo.Ui
 
 // The only place that knows colours and sizes. Each text that is not disabled has a contrast of 4.5:1 at least
-// to what it stands on, in every state of its control.
+// to what it stands on, in every state of its control; where the user wants high contrast, of 7:1.
 QtObject {
     // What the user wants; set from outside.
     property bool dark: false
+    property bool highContrast: false
+    property color desktopAccent: "#1c71d8"
     property real textScale: 1
     property bool animated: true
 
+    readonly property real textContrast: highContrast ? 7 : 4.5
+    readonly property color outline: dark ? "#99ffffff" : "#99000000" // where contrast is high
+
     readonly property color window: dark ? "#262628" : "#f6f6f7"
-    readonly property color border: dark ? "#26ffffff" : "#24000000"
+    readonly property color border: highContrast ? outline : dark ? "#26ffffff" : "#24000000"
 
     // Emphasis of what stands on it, from text to the faintest fill.
-    readonly property color primary: dark ? "#e6ffffff" : "#d9000000"
-    readonly property color secondary: dark ? "#a6ffffff" : "#99000000"
-    readonly property color tertiary: dark ? "#80ffffff" : "#8c000000"
+    readonly property color primary: highContrast ? (dark ? "white" : "black") : dark ? "#e6ffffff" : "#d9000000"
+    readonly property color secondary: highContrast ? (dark ? "#e6ffffff" : "#d9000000") : dark ? "#a6ffffff" : "#99000000"
+    readonly property color tertiary: highContrast ? (dark ? "#ccffffff" : "#b3000000") : dark ? "#80ffffff" : "#8c000000"
     readonly property color quaternary: dark ? "#1fffffff" : "#1a000000"
     readonly property real cardOpacity: 0.5 // of quaternary
+    readonly property color card: Qt.tint(window, Qt.alpha(quaternary, quaternary.a * cardOpacity))
 
     readonly property color control: dark ? "#4a4a4d" : "#ffffff"
     readonly property color controlHovered: dark ? "#535356" : "#fbfbfb"
     readonly property color controlDown: dark ? "#424245" : "#e6e6e6"
-    readonly property color controlBorder: dark ? "#14ffffff" : "#26000000"
+    readonly property color controlBorder: highContrast ? outline : dark ? "#14ffffff" : "#26000000"
     readonly property color menu: dark ? "#333336" : "#ffffff"
     readonly property color switchOff: dark ? "#47ffffff" : "#33000000"
 
-    readonly property color accent: "#1c71d8"
     readonly property color accentText: "#ffffff" // on red too
-    readonly property color link: dark ? "#78aeed" : "#1a5fb4"
-    readonly property color focus: dark ? "#62a0ea" : "#1c71d8"
-    readonly property color red: "#c2261d"
-    readonly property real elapsedOpacity: 0.85
+    readonly property color accent: ContrastGuard.ensure(desktopAccent, accentText, textContrast)
+    readonly property color link: ContrastGuard.ensure(desktopAccent, card, textContrast)
+    readonly property color focus: ContrastGuard.ensure(desktopAccent, card, 3)
+    readonly property color red: ContrastGuard.ensure("#c2261d", accentText, textContrast)
+    readonly property real elapsedOpacity: highContrast ? 1 : 0.85
     readonly property color green: dark ? "#32d74b" : "#28b446"
     readonly property color blue: dark ? "#4a9eff" : "#1a7ff0"
 
