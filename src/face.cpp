@@ -39,7 +39,7 @@ AppStateModel& Face::modelOf(AppState& state) {
 }
 
 void Face::show(AppState& state, const TimedQueue& clock) {
-    m_tray = std::make_unique<TrayIcon>(m_sessionBus, iconThemePath(executableFolder()));
+    m_tray = std::make_unique<TrayIcon>(m_sessionBus, iconThemePath(executableFolder()), m_appearance);
     m_panel = std::make_unique<PanelWindow>(*m_views.makePanel(modelOf(state)), m_views.makePanelBackground(),
                                             clock);
     connectTray(state);

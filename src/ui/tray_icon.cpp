@@ -1,6 +1,7 @@
 #include "ui/tray_icon.h"
 
 #include "base/program_part.h"
+#include "ui/tinted_svg.h"
 
 #include <QCursor>
 #include <QGuiApplication>
@@ -16,12 +17,14 @@ const auto recordingName = QStringLiteral("org.murmelo.Murmelo-recording");
 
 } // namespace
 
-TrayIcon::TrayIcon(const QDBusConnection& sessionBus, const QString& iconThemePath)
-    : m_item(sessionBus, iconThemePath) {
+TrayIcon::TrayIcon(const QDBusConnection& sessionBus, const QString& iconThemePath,
+                   const Appearance& appearance)
+    : m_appearance(appearance), m_item(sessionBus, iconThemePath) {
     connect(&m_item, &StatusNotifierItem::placeChanged, this, &TrayIcon::chooseHost);
     connect(&m_item, &StatusNotifierItem::clicked, this,
             [this](const QPoint& physical) { Q_EMIT clicked(ClickPoint{physical}); });
     connect(&m_item, &StatusNotifierItem::menuWanted, this, [this] { menu().popup(QCursor::pos()); });
+    connect(&m_appearance, &Appearance::changed, this, &TrayIcon::draw);
     m_lookout.setInterval(3s);
     connect(&m_lookout, &QTimer::timeout, this, &TrayIcon::chooseHost);
     show({});
@@ -61,7 +64,7 @@ void TrayIcon::makeX11Icon() {
                 const QRect area = m_x11Icon->geometry();
                 Q_EMIT clicked(IconArea{area.isEmpty() ? QRect(QCursor::pos(), QSize(1, 1)) : area});
             });
-    draw();
+    drawInX11Tray();
     m_x11Icon->show();
 }
 
@@ -78,19 +81,26 @@ void TrayIcon::show(const AppStatus& status) {
 }
 
 void TrayIcon::draw() {
-    const bool isRecording = m_look->isRecording;
-    const QString name = isRecording ? recordingName : idleName;
-    const QString file =
-        QStringLiteral("%1/hicolor/%2/apps/%3.svg")
-            .arg(m_item.iconThemePath(),
-                 isRecording ? QStringLiteral("scalable") : QStringLiteral("symbolic"), name);
-    if (m_item.iconName() != name) {
-        m_item.setIcon(name, [file] { return QIcon(file); });
-        m_item.setToolTip(isRecording ? tr("Recording") : QString());
-    }
-    if (!m_x11Icon) return;
-    m_x11Icon->setIcon(QIcon(file));
-    m_x11Icon->setToolTip(isRecording ? tr("Murmelo: Recording") : QStringLiteral("Murmelo"));
+    const Picture picture{m_look->isRecording, m_appearance.text(), m_appearance.textBackground()};
+    if (m_picture == picture) return;
+    m_picture = picture;
+    m_item.setIcon(picture.isRecording ? recordingName : idleName, [this] { return icon(); });
+    m_item.setToolTip(picture.isRecording ? tr("Recording") : QString());
+    if (m_x11Icon) drawInX11Tray();
+}
+
+void TrayIcon::drawInX11Tray() {
+    m_x11Icon->setIcon(icon());
+    m_x11Icon->setToolTip(m_picture->isRecording ? tr("Murmelo: Recording") : QStringLiteral("Murmelo"));
+}
+
+/// For whoever does not look for it by its name.
+QIcon TrayIcon::icon() const {
+    const auto file = [this](const QString& folder, const QString& name) {
+        return QStringLiteral("%1/hicolor/%2/apps/%3.svg").arg(m_item.iconThemePath(), folder, name);
+    };
+    if (m_picture->isRecording) return QIcon(file(QStringLiteral("scalable"), recordingName));
+    return tintedIcon(file(QStringLiteral("symbolic"), idleName), m_picture->text, m_picture->textBackground);
 }
 
 std::vector<TrayMenuEntry> TrayIcon::entries() {

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "app/app_status.h"
+#include "ui/appearance.h"
 #include "ui/panel_placement.h"
 #include "ui/status_notifier_item.h"
 
+#include <QColor>
 #include <QIcon>
 #include <QMenu>
 #include <QObject>
@@ -16,8 +18,9 @@
 #include <vector>
 
 /// The program's icon on the desktop: a StatusNotifierItem where there is a host for it, else an icon in an
-/// X11 tray, else none. Both kinds of tray may come and go at any time. The icon is a waveform, and red while
-/// a recording runs.
+/// X11 tray, else none. Both kinds of tray may come and go at any time. The icon is a waveform in the colour
+/// of the bar's text, and red while a recording runs. Hosts that find it by its name give it their bar's
+/// colour; the others get a picture in the colour that text has on the desktop.
 ///
 /// Main thread, after the application object, which is one with widgets.
 class TrayIcon final : public QObject {
@@ -31,8 +34,9 @@ class TrayIcon final : public QObject {
         x11Tray
     };
 
-    /// `sessionBus` may be disconnected. `iconThemePath` holds the theme "hicolor" with our icons.
-    TrayIcon(const QDBusConnection& sessionBus, const QString& iconThemePath);
+    /// `sessionBus` may be disconnected. `iconThemePath` holds the theme "hicolor" with our icons. The
+    /// appearance outlives the icon.
+    TrayIcon(const QDBusConnection& sessionBus, const QString& iconThemePath, const Appearance& appearance);
 
     Host host() const { return m_host; }
     /// Icon, tool tip and menu follow. Cheap when nothing of it has changed.
@@ -64,16 +68,27 @@ class TrayIcon final : public QObject {
         bool operator==(const Look&) const = default;
     };
 
+    struct Picture {
+        bool isRecording;
+        QColor text;
+        QColor textBackground;
+        bool operator==(const Picture&) const = default;
+    };
+
     void setHost(Host host);
     void makeX11Icon();
     void draw();
+    void drawInX11Tray();
+    QIcon icon() const;
     std::vector<TrayMenuEntry> entries();
     void fillMenu();
 
+    const Appearance& m_appearance;
     StatusNotifierItem m_item;
     QTimer m_lookout; // for an X11 tray, whose coming nobody tells
     Host m_host = Host::unknown;
     std::optional<Look> m_look;
+    std::optional<Picture> m_picture;
     std::unique_ptr<QMenu> m_menu; // once someone needs it: widgets take long to load
     std::unique_ptr<QSystemTrayIcon> m_x11Icon;
 };

@@ -124,6 +124,17 @@ class InstalledTree(unittest.TestCase):
         icon = (self.root / f"share/icons/hicolor/symbolic/apps/{NAME}-symbolic.svg").read_text()
         self.assertNotIn("stroke", icon)
 
+    def test_symbolic_icon_takes_the_colour_that_gtk_gives_it(self):
+        sheet = pathlib.Path(self.folder.name) / "gtk.css"
+        sheet.write_text("rect, circle, path { fill: #eeeeec !important; }")  # as GTK 3 does it
+        picture = pathlib.Path(self.folder.name) / "symbolic.png"
+        checked("rsvg-convert", "--width=64", "--height=64", f"--stylesheet={sheet}", f"--output={picture}",
+                self.root / f"share/icons/hicolor/symbolic/apps/{NAME}-symbolic.svg")
+        pixels = subprocess.run(["ffmpeg", "-v", "error", "-i", picture, "-f", "rawvideo", "-pix_fmt", "rgba", "-"],
+                                capture_output=True, check=True).stdout
+        opaque = {pixels[i:i + 3] for i in range(0, len(pixels), 4) if pixels[i + 3] == 255}
+        self.assertEqual(opaque, {bytes((0xee, 0xee, 0xec))})
+
     def test_manual_page_has_no_faults(self):
         self.assertEqual(run("groff", "-ww", "-man", "-Tutf8", self.root / "share/man/man1/murmelo.1").stderr, "")
 

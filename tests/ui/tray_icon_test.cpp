@@ -3,7 +3,10 @@
 #include "ui/tray_fixture.h"
 
 #include <QAction>
+#include <QGuiApplication>
+#include <QPalette>
 #include <optional>
+#include <utility>
 
 namespace {
 
@@ -38,13 +41,33 @@ class TrayIconTest : public TrayFixture {
         }
         return labels;
     }
+    /// Of the largest picture that a host without themes gets.
+    static qsizetype opaquePixels(FakeTray& tray, const QColor& colour) {
+        const auto pixmaps = qdbus_cast<TrayPixmaps>(tray.itemProperties()["IconPixmap"]);
+        const char pixel[] = {'\xff', static_cast<char>(colour.red()), static_cast<char>(colour.green()),
+                              static_cast<char>(colour.blue())};
+        return pixmaps.last().pixels.count(QByteArray(pixel, sizeof pixel));
+    }
+    /// Of the desktop, with what is behind it.
+    void setText(const QColor& text, const QColor& background) {
+        QPalette palette = QGuiApplication::palette();
+        palette.setColor(QPalette::WindowText, text);
+        palette.setColor(QPalette::Window, background);
+        QGuiApplication::setPalette(palette);
+        QCoreApplication::processEvents();
+    }
+    void TearDown() override { QGuiApplication::setPalette(m_palette); }
+
     void choose(FakeTray& tray, int entry) {
         tray.callMenu("Event", {entry, "clicked", QVariant::fromValue(QDBusVariant(QString())), 0U});
     }
+
+    const QPalette m_palette = QGuiApplication::palette();
+    Appearance m_appearance{QDBusConnection(QStringLiteral("no such connection"))};
 };
 
 TEST_F(TrayIconTest, WithoutAnyTrayItSaysSoOnce) {
-    TrayIcon icon(m_ours.connection(), MURMELO_ICONS);
+    TrayIcon icon(m_ours.connection(), MURMELO_ICONS, m_appearance);
     int changes = 0;
     QObject::connect(&icon, &TrayIcon::hostChanged, [&] { ++changes; });
     EXPECT_EQ(icon.host(), Host::unknown);
@@ -53,7 +76,7 @@ TEST_F(TrayIconTest, WithoutAnyTrayItSaysSoOnce) {
 }
 
 TEST_F(TrayIconTest, WithoutABusItSaysSoOnceItsMakerCanHearIt) {
-    TrayIcon icon(QDBusConnection("no such connection"), MURMELO_ICONS);
+    TrayIcon icon(QDBusConnection("no such connection"), MURMELO_ICONS, m_appearance);
     int changes = 0;
     QObject::connect(&icon, &TrayIcon::hostChanged, [&] { ++changes; });
     waitUntil([&] { return changes == 1; });
@@ -61,7 +84,7 @@ TEST_F(TrayIconTest, WithoutABusItSaysSoOnceItsMakerCanHearIt) {
 }
 
 TEST_F(TrayIconTest, ATrayMayComeLateAndGo) {
-    TrayIcon icon(m_ours.connection(), MURMELO_ICONS);
+    TrayIcon icon(m_ours.connection(), MURMELO_ICONS, m_appearance);
     waitUntil([&] { return icon.host() == Host::none; });
     std::optional<FakeTray> tray(m_bus);
     waitUntil([&] { return icon.host() == Host::statusNotifier; });
@@ -71,7 +94,7 @@ TEST_F(TrayIconTest, ATrayMayComeLateAndGo) {
 
 TEST_F(TrayIconTest, TheIconIsRedWhileARecordingRunsAndNotWhileItStarts) {
     FakeTray tray(m_bus);
-    TrayIcon icon(m_ours.connection(), MURMELO_ICONS);
+    TrayIcon icon(m_ours.connection(), MURMELO_ICONS, m_appearance);
     waitUntil([&] { return icon.host() == Host::statusNotifier; });
     const auto name = [&] { return tray.itemProperties()["IconName"].toString().toStdString(); };
     EXPECT_EQ(name(), "org.murmelo.Murmelo-symbolic");
@@ -83,23 +106,40 @@ TEST_F(TrayIconTest, TheIconIsRedWhileARecordingRunsAndNotWhileItStarts) {
     EXPECT_EQ(name(), "org.murmelo.Murmelo-symbolic");
 }
 
-TEST_F(TrayIconTest, BothIconsAreDrawnForHostsWithoutThemes) {
+TEST_F(TrayIconTest, HostsWithoutThemesGetPicturesInTheColourOfText) {
     FakeTray tray(m_bus);
-    TrayIcon icon(m_ours.connection(), MURMELO_ICONS);
+    TrayIcon icon(m_ours.connection(), MURMELO_ICONS, m_appearance);
     waitUntil([&] { return icon.host() == Host::statusNotifier; });
-    const auto opaquePixels = [&](const QColor& colour) {
-        const auto pixmaps = qdbus_cast<TrayPixmaps>(tray.itemProperties()["IconPixmap"]);
-        const char pixel[] = {'\xff', static_cast<char>(colour.red()), static_cast<char>(colour.green()),
-                              static_cast<char>(colour.blue())};
-        return pixmaps.last().pixels.count(QByteArray(pixel, sizeof pixel));
-    };
-    EXPECT_GT(opaquePixels("#808080"), 48) << "readable on light and dark bars";
+    setText("#232629", "#eff0f1");
+    EXPECT_GT(opaquePixels(tray, "#232629"), 48);
+    setText("#fcfcfc", "#000000");
+    EXPECT_GT(opaquePixels(tray, "#fcfcfc"), 48);
+    EXPECT_EQ(opaquePixels(tray, "#232629"), 0);
     icon.show(recording());
-    EXPECT_GT(opaquePixels("#e5342b"), 48);
+    EXPECT_GT(opaquePixels(tray, "#e5342b"), 48);
+    EXPECT_EQ(opaquePixels(tray, "#fcfcfc"), 0);
+}
+
+TEST_F(TrayIconTest, ThePictureCanBeSeenOnABarThatHasTheColourOfText) {
+    FakeTray tray(m_bus);
+    const TrayIcon icon(m_ours.connection(), MURMELO_ICONS, m_appearance);
+    waitUntil([&] { return icon.host() == Host::statusNotifier; });
+    setText("#232629", "#eff0f1");
+    EXPECT_GT(opaquePixels(tray, "#eff0f1"), 48) << "its edge";
+}
+
+TEST_F(TrayIconTest, HostsAreToldOfAPictureInOtherColours) {
+    TrayIcon icon(m_ours.connection(), MURMELO_ICONS, m_appearance);
+    int icons = 0;
+    QObject::connect(&icon.item(), &StatusNotifierItem::NewIcon, [&] { ++icons; });
+    setText("#fcfcfc", "#000000");
+    EXPECT_EQ(std::exchange(icons, 0), 1);
+    Q_EMIT m_appearance.changed(); // of something else
+    EXPECT_EQ(icons, 0);
 }
 
 TEST_F(TrayIconTest, OnlyWhatCanBeSeenIsSentAgain) {
-    TrayIcon icon(m_ours.connection(), MURMELO_ICONS);
+    TrayIcon icon(m_ours.connection(), MURMELO_ICONS, m_appearance);
     int icons = 0;
     int menus = 0;
     QObject::connect(&icon.item(), &StatusNotifierItem::NewIcon, [&] { ++icons; });
@@ -116,7 +156,7 @@ TEST_F(TrayIconTest, OnlyWhatCanBeSeenIsSentAgain) {
 
 TEST_F(TrayIconTest, TheMenuFollowsTheRecordButton) {
     FakeTray tray(m_bus);
-    TrayIcon icon(m_ours.connection(), MURMELO_ICONS);
+    TrayIcon icon(m_ours.connection(), MURMELO_ICONS, m_appearance);
     waitUntil([&] { return icon.host() == Host::statusNotifier; });
     EXPECT_THAT(menuOf(tray), ElementsAre("Open Murmelo", "[Start Recording]", "", "Quit"));
     icon.show(idle());
@@ -133,7 +173,7 @@ TEST_F(TrayIconTest, TheMenuFollowsTheRecordButton) {
 
 TEST_F(TrayIconTest, WhatIsChosenIsPassedOn) {
     FakeTray tray(m_bus);
-    TrayIcon icon(m_ours.connection(), MURMELO_ICONS);
+    TrayIcon icon(m_ours.connection(), MURMELO_ICONS, m_appearance);
     icon.show(idle());
     waitUntil([&] { return icon.host() == Host::statusNotifier; });
     std::vector<std::string> heard;
@@ -153,7 +193,7 @@ TEST_F(TrayIconTest, WhatIsChosenIsPassedOn) {
 
 TEST_F(TrayIconTest, AClickIsAnAnchor) {
     FakeTray tray(m_bus);
-    TrayIcon icon(m_ours.connection(), MURMELO_ICONS);
+    TrayIcon icon(m_ours.connection(), MURMELO_ICONS, m_appearance);
     waitUntil([&] { return icon.host() == Host::statusNotifier; });
     std::optional<PanelAnchor> anchor;
     QObject::connect(&icon, &TrayIcon::clicked, [&](const PanelAnchor& at) { anchor = at; });
