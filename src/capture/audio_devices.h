@@ -18,8 +18,8 @@ class AudioDevices {
 
     virtual ~AudioDevices() = default;
 
-    /// False as long as the server has not told its devices, or has none at all: then an empty list of
-    /// microphones means nothing.
+    /// False as long as the server has not told its devices: then an empty list of microphones means nothing.
+    /// A server that has none is believed after a few seconds.
     virtual bool areKnown() const = 0;
 
     /// All audio devices, in the server's order.

@@ -128,6 +128,20 @@ TEST_F(AppStateTest, WithNothingButLoopbackDriversNoneIsSelectedAndTheKeyGoes) {
     EXPECT_THAT(log(), ElementsAre("[app] auto-selected mic: none"));
 }
 
+TEST_F(AppStateTest, WithoutAnyDeviceNoneIsSelectedOnceTheServerHasSaidSo) {
+    m_settings.values["micID"] = "headset";
+    m_devices.mics.clear();
+    m_devices.defaultMic = std::nullopt;
+    m_devices.known = false;
+    AppState& state = launch();
+    EXPECT_EQ(state.selectedMicID.get(), "headset");
+    m_devices.known = true;
+    state.refreshMics();
+    EXPECT_EQ(state.selectedMicID.get(), std::nullopt);
+    EXPECT_EQ(storedMic(), std::nullopt);
+    EXPECT_THAT(log(), ElementsAre("[app] auto-selected mic: none"));
+}
+
 TEST_F(AppStateTest, AnUnpluggedMicrophoneIsReplacedAtTheNextRefreshAndDoesNotComeBack) {
     m_settings.values["micID"] = "headset";
     AppState& state = launch();

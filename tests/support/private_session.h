@@ -22,6 +22,8 @@ class PrivateSession {
     /// Server or session manager die without a word.
     void killServer() { killProgram("pipewire"); }
     void killManager() { killProgram("wireplumber"); }
+    /// The interface of PulseAudio dies, and with it the stand-in for a missing loudspeaker.
+    void killPulse() { killProgram("pipewire-pulse"); }
     /// Another session manager; runs in the session's surroundings until it is ended.
     std::vector<std::string> manager() {
         return {"bash", "-c",

@@ -6,6 +6,9 @@ namespace pipewire {
 
 namespace {
 
+/// The PulseAudio interface puts this one in the place of a loudspeaker where there is none.
+constexpr std::string_view standIn = "auto_null";
+
 template <typename Matches>
 const Node* findNodeIf(const Graph& graph, Matches&& matches) {
     const auto found = std::find_if(graph.nodes.begin(), graph.nodes.end(), matches);
@@ -23,12 +26,17 @@ bool isMicrophone(const Node& node) {
 }
 
 bool hasLoudspeaker(const Graph& graph) {
-    // The PulseAudio interface puts this one in the place of a loudspeaker where there is none.
-    static constexpr std::string_view standIn = "auto_null";
     const Node* const found = findNodeIf(graph, [](const Node& node) {
         return (node.mediaClass == "Audio/Sink" || node.mediaClass == "Audio/Duplex") && node.name != standIn;
     });
     return found != nullptr;
+}
+
+bool areDevicesKnown(const Graph& graph, std::chrono::steady_clock::time_point now) {
+    constexpr auto timeToFindDevices = std::chrono::seconds(5);
+    const auto isDevice = [](const std::string& name) { return !name.empty() && name != standIn; };
+    if (isDevice(graph.defaultSource) || isDevice(graph.defaultSink)) return true;
+    return graph.managerKnownSince && now - *graph.managerKnownSince >= timeToFindDevices;
 }
 
 const Node* findMicrophone(const Graph& graph, std::string_view name) {

@@ -45,6 +45,8 @@ struct Graph {
     /// Since when a session manager has looked after devices: it gives them ports and links streams. The
     /// beginning of time when it was there before us; nothing while there is none.
     std::optional<std::chrono::steady_clock::time_point> managedSince;
+    /// Since when we have known of that session manager; nothing while there is none.
+    std::optional<std::chrono::steady_clock::time_point> managerKnownSince;
 };
 
 /// Null when there is none.
@@ -53,6 +55,10 @@ const Node* findNode(const Graph& graph, ObjectID id);
 bool isMicrophone(const Node& node);
 const Node* findMicrophone(const Graph& graph, std::string_view name);
 bool hasLoudspeaker(const Graph& graph);
+/// Whether what the graph holds is all there is. The session manager chooses defaults once it has brought the
+/// devices in; one that has chosen none within five seconds has found no device. The stand-in for a missing
+/// loudspeaker counts as none: it comes before the devices do.
+bool areDevicesKnown(const Graph& graph, std::chrono::steady_clock::time_point now);
 /// How long a session manager that is there still needs to set up devices. Audio that runs meanwhile keeps it
 /// from doing so, for good. 0 also without one.
 std::chrono::nanoseconds timeUntilManaged(const Graph& graph);

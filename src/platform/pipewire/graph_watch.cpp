@@ -133,8 +133,10 @@ void GraphWatch::addMetadata(ObjectID id, const spa_dict* properties) {
     if (m_metadata->proxy) listen(*m_metadata->proxy, m_metadata->hook, metadataEvents, this);
     m_lostManager = false;
     using Clock = std::chrono::steady_clock;
-    m_graph.change(
-        [&](Graph& all) { all.managedSince = m_isBeforeUs ? Clock::time_point::min() : Clock::now(); });
+    m_graph.change([&](Graph& all) {
+        all.managerKnownSince = Clock::now();
+        all.managedSince = m_isBeforeUs ? Clock::time_point::min() : *all.managerKnownSince;
+    });
     changed();
 }
 
@@ -153,6 +155,7 @@ void GraphWatch::remove(ObjectID id) {
             all.defaultSource.clear();
             all.defaultSink.clear();
             all.managedSince.reset();
+            all.managerKnownSince.reset();
         }
     });
     changed();

@@ -1,6 +1,7 @@
 #include "platform/pipewire/pipewire_devices.h"
 
 #include <algorithm>
+#include <chrono>
 
 using pipewire::Graph;
 using pipewire::isMicrophone;
@@ -24,10 +25,9 @@ const Node* defaultMicrophone(const Graph& graph) {
 
 } // namespace
 
-/// The session manager chooses defaults once it has brought the devices in.
 bool PipeWireDevices::areKnown() const {
     return m_graph.read(
-        [](const Graph& graph) { return !graph.defaultSource.empty() || !graph.defaultSink.empty(); });
+        [](const Graph& graph) { return areDevicesKnown(graph, std::chrono::steady_clock::now()); });
 }
 
 std::vector<AudioDevices::DeviceID> PipeWireDevices::deviceIDs() const {

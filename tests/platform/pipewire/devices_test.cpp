@@ -1,9 +1,12 @@
 #include "platform/pipewire/pipewire_devices.h"
+#include "support/graph_conditions.h"
 #include "support/mic_recording.h"
+#include "support/private_session.h"
 #include "support/test_device.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>
+#include <thread>
 
 namespace {
 
@@ -28,6 +31,25 @@ TEST_F(DevicesTest, AfterConnectingEverythingIsThereAtOnce) {
     EXPECT_EQ(m_devices.deviceIDs().size(), 3U);
     EXPECT_THAT(m_devices.microphones(), ElementsAre(MicChoice{"virtual_microphone", "Virtual Microphone"}));
     EXPECT_EQ(m_devices.defaultMicrophoneID(), "virtual_microphone");
+}
+
+TEST(DevicesOfAnotherSession, ASessionWithoutAnyDeviceIsKnownToHaveNoneAfterAMoment) {
+    PrivateSession session;
+    PipeWireConnection connection;
+    ASSERT_TRUE(connection.connect().server);
+    const PipeWireDevices devices(connection);
+    EXPECT_TRUE(devices.areKnown());
+    session.killPulse();
+    for (const AudioDevices::DeviceID id : devices.deviceIDs())
+        ASSERT_EQ(RunningProgram({"pw-cli", "destroy", std::to_string(id)}).wait(), 0);
+    ASSERT_TRUE(waitFor(connection, [](const pipewire::Graph& graph) {
+        return graph.defaultSource.empty() && graph.defaultSink.empty();
+    }));
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!devices.areKnown() && std::chrono::steady_clock::now() < end)
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_TRUE(devices.areKnown());
+    EXPECT_THAT(devices.microphones(), ElementsAre());
 }
 
 TEST_F(DevicesTest, ChannelsCountInTheirDirection) {
