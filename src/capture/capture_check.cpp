@@ -4,6 +4,7 @@
 #include "base/number_text.h"
 #include "capture/system_tap_session.h"
 #include "capture/test_tone.h"
+#include "capture/tone_detector.h"
 
 #include <algorithm>
 #include <cmath>
@@ -23,32 +24,35 @@ bool exists(const SystemAudioSource::Created& created) {
     return created.status == 0 && created.id != 0;
 }
 
-/// The largest absolute sample that was heard. Any thread.
-class Peak {
+std::span<const float> samplesOf(const AudioBuffer& buffer) {
+    if (buffer.data == nullptr) return {};
+    return {static_cast<const float*>(buffer.data), buffer.byteSize / sizeof(float)};
+}
+
+/// What the tap delivers: the largest absolute sample, and whether the test tone is in it. Any thread.
+class Heard {
   public:
     void hear(AudioBufferList buffers) {
-        float largest = 0;
-        for (const AudioBuffer& buffer : buffers) largest = std::max(largest, peakOf(buffer));
         const std::lock_guard lock(m_mutex);
-        m_maxAmp = std::max(m_maxAmp, largest);
+        for (const AudioBuffer& buffer : buffers)
+            for (const float sample : samplesOf(buffer)) m_maxAmp = std::max(m_maxAmp, std::abs(sample));
+        if (buffers.empty() || buffers.front().channels == 0) return;
+        const std::span<const float> samples = samplesOf(buffers.front());
+        for (std::size_t i = 0; i < samples.size(); i += buffers.front().channels) m_tone.hear(samples[i]);
     }
-    float value() const {
+    float maxAmp() const {
         const std::lock_guard lock(m_mutex);
         return m_maxAmp;
     }
-
-  private:
-    static float peakOf(const AudioBuffer& buffer) {
-        if (buffer.data == nullptr) return 0;
-        float largest = 0;
-        for (const float sample :
-             std::span(static_cast<const float*>(buffer.data), buffer.byteSize / sizeof(float)))
-            largest = std::max(largest, std::abs(sample));
-        return largest;
+    bool hasTone() const {
+        const std::lock_guard lock(m_mutex);
+        return m_tone.hasHeardTone();
     }
 
+  private:
     mutable std::mutex m_mutex;
     float m_maxAmp = 0;
+    ToneDetector m_tone; // of the first channel
 };
 
 } // namespace
@@ -61,12 +65,12 @@ void CaptureCheck::primeSystemAudioPermission() const {
 
 bool CaptureCheck::systemAudioWorks() const {
     const std::unique_ptr<SerialQueue> queue = m_services.makeQueue("tapdeck.check");
-    Peak peak;
-    SystemTapSession tap(m_services.systemAudio.make()); // releases all of its own, in order, before the peak
+    Heard heard;
+    SystemTapSession tap(m_services.systemAudio.make()); // releases all of its own, in order, before the rest
     if (!exists(tap.createTap("Tapdeck Permission Check"))) return false;
     if (!exists(tap.createDevice("Tapdeck Check", "check"))) return false;
     const SystemAudioSource::Registered registered = tap.registerHandler(
-        *queue, [&peak](AudioBufferList buffers, SerialQueue::Time /*start*/) { peak.hear(buffers); });
+        *queue, [&heard](AudioBufferList buffers, SerialQueue::Time /*start*/) { heard.hear(buffers); });
     if (registered.status != 0 || !registered.id) return false;
     tap.start(); // without success nothing is heard
 
@@ -76,7 +80,9 @@ bool CaptureCheck::systemAudioWorks() const {
     m_services.sleep(timeToHear);
     player->stop();
 
-    const float maxAmp = peak.value();
+    const float maxAmp = heard.maxAmp();
     DebugLog::log("[check] systemAudioWorks maxAmp=" + shortestDecimal(maxAmp));
-    return maxAmp > audible;
+    if (maxAmp <= audible) return false;
+    if (!heard.hasTone()) DebugLog::log("[check] what was heard does not contain the test tone");
+    return true;
 }

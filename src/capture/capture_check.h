@@ -28,7 +28,8 @@ class CaptureCheck {
     /// Wants to hear the system for a moment, so that the system asks the user for permission where it does
     /// that. 0.2 s.
     void primeSystemAudioPermission() const;
-    /// Plays a tone that hardly anybody hears; true when the tap heard something. About a second.
+    /// Plays a tone that hardly anybody hears; true when the tap heard something. The log holds the loudest
+    /// sample, and says when the tone is not in what was heard: then another sound was. About a second.
     bool systemAudioWorks() const;
 
   private:

@@ -10,7 +10,6 @@ constexpr std::uint32_t sampleRate = 48000; // hertz
 constexpr std::uint32_t sampleCount = sampleRate / 2;
 constexpr std::uint16_t channels = 1;
 constexpr std::uint16_t bytesPerSample = 2;
-constexpr double frequency = 18000; // hertz
 constexpr double amplitude = 1638.35;
 
 class WavFile {
@@ -29,7 +28,7 @@ class WavFile {
 };
 
 std::int16_t sample(std::uint32_t i) {
-    return static_cast<std::int16_t>(std::sin(i * (2 * std::numbers::pi * frequency) / sampleRate) *
+    return static_cast<std::int16_t>(std::sin(i * (2 * std::numbers::pi * testToneFrequency) / sampleRate) *
                                      amplitude);
 }
 

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <gmock/gmock.h>
 #include <limits>
+#include <numbers>
 
 namespace {
 
@@ -30,6 +31,19 @@ class CaptureCheckTest : public testing::Test {
                                  for (const auto& buffers : m_heard) m_system.deliver(buffers);
                                  if (m_queue != nullptr) m_queue->runAll();
                              }});
+    }
+    /// Half a second of the test tone's frequency.
+    static std::vector<float> tone(float amplitude) {
+        std::vector<float> samples;
+        for (int i = 0; i < 24000; ++i)
+            samples.push_back(amplitude *
+                              static_cast<float>(std::sin(2 * std::numbers::pi * i * 18000 / 48000)));
+        return samples;
+    }
+    static std::vector<float> stereo(const std::vector<float>& samples) {
+        std::vector<float> both;
+        for (const float sample : samples) both.insert(both.end(), {sample, sample});
+        return both;
     }
     bool hearing(std::vector<float> samples) {
         m_heard = {{{2, std::move(samples)}}};
@@ -65,7 +79,23 @@ TEST_F(CaptureCheckTest, ATapThatDeliversOnlyZerosYieldsFalse) {
 
 TEST_F(CaptureCheckTest, AbsoluteValuesCount) {
     EXPECT_TRUE(hearing({0, -0.25F}));
-    EXPECT_THAT(m_log.messages(), ElementsAre("[check] systemAudioWorks maxAmp=0.25"));
+    EXPECT_EQ(m_log.messages().front(), "[check] systemAudioWorks maxAmp=0.25");
+}
+
+TEST_F(CaptureCheckTest, ATapThatHearsTheToneLogsItsPeakAlone) {
+    EXPECT_TRUE(hearing(stereo(tone(0.03F))));
+    EXPECT_THAT(m_log.messages(), ElementsAre(testing::StartsWith("[check] systemAudioWorks maxAmp=0.0")));
+}
+
+TEST_F(CaptureCheckTest, ATapThatHearsSomethingElseWorksAndASecondLineSaysSo) {
+    EXPECT_TRUE(hearing({0, 0.25F}));
+    EXPECT_THAT(m_log.messages(), ElementsAre("[check] systemAudioWorks maxAmp=0.25",
+                                              "[check] what was heard does not contain the test tone"));
+}
+
+TEST_F(CaptureCheckTest, ATapThatHearsNothingDoesNotMissTheTone) {
+    EXPECT_FALSE(hearing(stereo(tone(0.0004F))));
+    EXPECT_EQ(m_log.messages().size(), 1U);
 }
 
 TEST_F(CaptureCheckTest, APeakOfExactlyTheLimitYieldsFalse) {
@@ -76,7 +106,7 @@ TEST_F(CaptureCheckTest, APeakOfExactlyTheLimitYieldsFalse) {
 TEST_F(CaptureCheckTest, TheLargestPeakOfAllBuffersAndCallsCounts) {
     m_heard = {{{1, {0.1F}}, {1, {0.5F}}}, {{2, {0.2F, 0.3F}}}};
     EXPECT_TRUE(check().systemAudioWorks());
-    EXPECT_THAT(m_log.messages(), ElementsAre("[check] systemAudioWorks maxAmp=0.5"));
+    EXPECT_EQ(m_log.messages().front(), "[check] systemAudioWorks maxAmp=0.5");
 }
 
 TEST_F(CaptureCheckTest, BuffersWithoutDataAreSkipped) {

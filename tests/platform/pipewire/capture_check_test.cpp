@@ -50,6 +50,7 @@ class CaptureCheckDeviceTest : public testing::Test {
 
 TEST_F(CaptureCheckDeviceTest, AWorkingLoudspeakerIsHeardAndNothingIsLeftBehind) {
     EXPECT_TRUE(works());
+    EXPECT_EQ(m_log.messages().size(), 1U) << "the tone is in what was heard";
     expectNothingLeftBehind();
 }
 
