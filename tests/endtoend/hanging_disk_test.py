@@ -6,58 +6,15 @@ import json
 import os
 import re
 import subprocess
-import threading
 import time
 import unittest
 
-from gi.repository import Gio, GLib
-
 import session_bus
+from bubbles import Bubbles
 from desktop_case import DesktopTest
 from program import LIMIT, decoded_frames, main, run, wait_for
 
 NAME = "org.murmelo.Murmelo"
-NOTIFICATIONS = """<node><interface name='org.freedesktop.Notifications'>
-  <method name='GetCapabilities'><arg type='as' direction='out'/></method>
-  <method name='Notify'>
-    <arg type='s' direction='in'/><arg type='u' direction='in'/><arg type='s' direction='in'/>
-    <arg type='s' direction='in'/><arg type='s' direction='in'/><arg type='as' direction='in'/>
-    <arg type='a{sv}' direction='in'/><arg type='i' direction='in'/><arg type='u' direction='out'/>
-  </method>
-  <method name='CloseNotification'><arg type='u' direction='in'/></method>
-</interface></node>"""
-
-
-class Bubbles:
-    """The desktop's notifications."""
-
-    def __init__(self):
-        self.texts = []
-        ready = threading.Event()
-        threading.Thread(target=self.serve, args=(ready,), daemon=True).start()
-        ready.wait(LIMIT)
-
-    def serve(self, ready):
-        context = GLib.MainContext.new()
-        context.push_thread_default()
-        bus = Gio.DBusConnection.new_for_address_sync(
-            os.environ["DBUS_SESSION_BUS_ADDRESS"], Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT
-            | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION, None, None)
-        interface = Gio.DBusNodeInfo.new_for_xml(NOTIFICATIONS).interfaces[0]
-        bus.register_object("/org/freedesktop/Notifications", interface, self.answer, None, None)
-        bus.call_sync("org.freedesktop.DBus", "/", "org.freedesktop.DBus", "RequestName",
-                      GLib.Variant("(su)", ("org.freedesktop.Notifications", 0)), None, Gio.DBusCallFlags.NONE, -1, None)
-        ready.set()
-        GLib.MainLoop.new(context, False).run()
-
-    def answer(self, _bus, _sender, _path, _interface, method, arguments, invocation):
-        if method == "Notify":
-            self.texts.append(arguments.unpack()[4])
-            invocation.return_value(GLib.Variant("(u)", (len(self.texts),)))
-        elif method == "GetCapabilities":
-            invocation.return_value(GLib.Variant("(as)", (["body", "actions"],)))
-        else:
-            invocation.return_value(None)
 
 
 @unittest.skipIf(os.geteuid() != 0, "no file system can be mounted here: that takes root")
