@@ -107,7 +107,8 @@ int main(int argc, char** argv) {
     ThreadQueue timers("timers");
     StatusLine line;
     LateModule late(executableFolder());
-    Sound sound(late, line);
+    RecordingMark recordings(RecordingMark::usualFile());
+    Sound sound(late, line, recordings);
     sound.connection.connect();
     NoDesktop desktop;
     {

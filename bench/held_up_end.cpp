@@ -92,10 +92,10 @@ struct Bench {
     MeasuredMain main{};
 
     std::shared_ptr<CaptureEngine> makeEngine(AudioFileWriterFactory& files) {
-        std::shared_ptr<CaptureEngine> engine =
-            std::make_shared<RecorderEngine>(RecorderServices{sound.mics, sound.systemAudio, files, notices,
-                                                              makeThreadQueue, timers, sleepFor},
-                                             std::make_unique<LogindSleepGuard>());
+        std::shared_ptr<CaptureEngine> engine = std::make_shared<RecorderEngine>(
+            RecorderServices{sound.mics, sound.systemAudio, files, notices, makeThreadQueue, timers,
+                             sleepFor},
+            std::make_unique<LogindSleepGuard>(), [this] { return sound.recordingMark.hold(); });
         CaptureEngine* const made = engine.get();
         return {made, [this, engine = std::move(engine)](CaptureEngine* /*made*/) mutable {
                     engineEnds.async([engine = std::move(engine)] {});
@@ -172,7 +172,8 @@ int main(int argc, char** argv) {
     PrintedNotices notices;
     LateModule late(executableFolder());
     StallingCalls disk;
-    Sound sound(late, notices);
+    RecordingMark recordings(RecordingMark::usualFile());
+    Sound sound(late, notices, recordings);
     sound.connection.connect();
     Bench bench{qt, notices, sound, disk};
     HangingDisk hangs(disk);

@@ -144,7 +144,8 @@ class Application {
     ThreadQueue m_timers{"timers"};
     Mp4Recovery m_recovery;
     LateModule m_late{executableFolder()};
-    Sound m_sound{m_late, m_notices};
+    RecordingMark m_recordings{RecordingMark::usualFile()};
+    Sound m_sound{m_late, m_notices, m_recordings};
     std::mutex m_speechMutex;
     std::optional<Speech> m_speech; // made for the first transcription
     ServerKeeper m_serverKeeper{m_sound.connection};

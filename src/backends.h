@@ -14,6 +14,7 @@
 #include "platform/pipewire/pipewire_mic_source.h"
 #include "platform/pipewire/pipewire_tone_player.h"
 #include "platform/pipewire/process_tap.h"
+#include "platform/posix/recording_mark.h"
 #include "platform/speech/model_engine.h"
 #include "platform/speech/sherpa_worker.h"
 #include "platform/speech/worker_engine.h"
@@ -43,18 +44,19 @@ inline std::filesystem::path executableFolder() {
 
 /// Sound: one connection to the server for all that capture or list devices.
 struct Sound {
-    Sound(LateModule& late, Notices& noticesOfRecordings)
-        : notices(noticesOfRecordings),
+    Sound(LateModule& late, Notices& noticesOfRecordings, RecordingMark& markOfRecordings)
+        : notices(noticesOfRecordings), recordingMark(markOfRecordings),
           files(late, [this](const std::string& sentence) { notices.tell(sentence); }) {}
 
     std::unique_ptr<CaptureEngine> makeEngine(SerialQueue& timers) {
         return std::make_unique<RecorderEngine>(
             RecorderServices{mics, systemAudio, files, notices, makeThreadQueue, timers, sleepFor},
-            std::make_unique<LogindSleepGuard>());
+            std::make_unique<LogindSleepGuard>(), [this] { return recordingMark.hold(); });
     }
     CaptureCheck captureCheck() { return CaptureCheck({systemAudio, tones, makeThreadQueue, sleepFor}); }
 
     Notices& notices;
+    RecordingMark& recordingMark;
     PipeWireConnection connection;
     PipeWireDevices devices{connection};
     PipeWireMicSourceFactory mics{connection};

@@ -50,11 +50,12 @@ ExitStatus runSubcommand(const std::string& name, int argc, char** argv, Termina
     const auto onDownload = [&line](const Model& model, const std::optional<InstallationProgress>& progress) {
         line.show(progress ? installationText(model.id, *progress) : "");
     };
+    RecordingMark recordings(RecordingMark::usualFile());
     if (name == "transcribe") {
         Speech speech(late, timers, onDownload);
         return transcribeCommand(argc, argv, recovery, speech.transcriber, signals, line);
     }
-    Sound sound(late, line);
+    Sound sound(late, line, recordings);
     sound.connection.connect(); // the devices answer from what it has seen
     if (name == "mics") return micsCommand(argc, argv, sound.devices);
     Speech speech(late, timers, onDownload);

@@ -4,19 +4,20 @@
 
 #include <utility>
 
-RecorderEngine::RecorderEngine(RecorderServices services, std::unique_ptr<SleepGuard> sleepGuard)
-    : m_services(std::move(services)), m_sleepGuard(std::move(sleepGuard)) {}
+RecorderEngine::RecorderEngine(RecorderServices services, std::unique_ptr<SleepGuard> sleepGuard,
+                               MakeMark makeMark)
+    : m_services(std::move(services)), m_makeMark(std::move(makeMark)), m_sleepGuard(std::move(sleepGuard)) {}
 
 RecorderEngine::~RecorderEngine() {
-    endGuard();
+    endProtection();
 }
 
 bool RecorderEngine::start(const MicChoice& mic, const std::optional<std::filesystem::path>& baseURL) {
     Recorder* const prepared = prepare(mic, !baseURL);
     if (prepared == nullptr) return false;
-    if (baseURL) guardAgainstSleep(*prepared);
+    if (baseURL) protect(*prepared);
     const bool started = prepared->start(mic, baseURL);
-    if (!started) endGuard();
+    if (!started) endProtection();
     return started;
 }
 
@@ -26,7 +27,7 @@ void RecorderEngine::stop() {
         m_stopRequested = true;
     }
     if (Recorder* const running = recorder()) running->stop();
-    endGuard();
+    endProtection();
 }
 
 std::optional<Recorder::Result> RecorderEngine::result() const {
@@ -56,16 +57,18 @@ Recorder* RecorderEngine::recorder() const {
     return m_recorder ? &m_recorder->recorder : nullptr;
 }
 
-void RecorderEngine::guardAgainstSleep(Recorder& recorder) {
-    const std::lock_guard lock(m_guardMutex);
-    if (m_guardEnded) return;
+void RecorderEngine::protect(Recorder& recorder) {
+    const std::lock_guard lock(m_protectionMutex);
+    if (m_protectionEnded) return;
+    m_mark = m_makeMark();
     m_sleepGuard->start([&recorder] {
         if (!recorder.bringToDisk(SleepGuard::patience))
             DebugLog::log("[rec] the computer sleeps, and the disk does not have all of the recording yet");
     });
 }
 
-void RecorderEngine::endGuard() {
-    const std::lock_guard lock(m_guardMutex);
-    if (!std::exchange(m_guardEnded, true)) m_sleepGuard->stop();
+void RecorderEngine::endProtection() {
+    const std::lock_guard lock(m_protectionMutex);
+    if (!std::exchange(m_protectionEnded, true)) m_sleepGuard->stop();
+    m_mark.reset();
 }

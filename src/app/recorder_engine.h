@@ -4,15 +4,21 @@
 #include "capture/aligned_recorder.h"
 #include "capture/sleep_guard.h"
 
+#include <functional>
 #include <memory>
 #include <mutex>
 
-/// The real engine: a recorder on one time line, which tells the user what befalls a recording and makes it
-/// safe before the computer sleeps. A preview does neither.
+/// The real engine: a recorder on one time line, which tells the user what befalls a recording, makes it safe
+/// before the computer sleeps, and marks it as running, so that nothing disturbs it that can wait. A preview
+/// does none of that.
 class RecorderEngine final : public CaptureEngine {
   public:
-    /// What the services refer to outlives the engine.
-    RecorderEngine(RecorderServices services, std::unique_ptr<SleepGuard> sleepGuard);
+    /// The mark of a running recording, which lasts as long as the result exists. Any thread; must not throw
+    /// or wait.
+    using MakeMark = std::function<std::shared_ptr<void>()>;
+
+    /// What the services and the mark refer to outlives the engine.
+    RecorderEngine(RecorderServices services, std::unique_ptr<SleepGuard> sleepGuard, MakeMark makeMark);
     /// Releases what a stop has not released, and waits for a source that is just being opened again, for up
     /// to 5 s. Not while start or stop runs.
     ~RecorderEngine() override;
@@ -27,8 +33,8 @@ class RecorderEngine final : public CaptureEngine {
   private:
     Recorder* prepare(const MicChoice& mic, bool isPreview);
     Recorder* recorder() const;
-    void guardAgainstSleep(Recorder& recorder);
-    void endGuard();
+    void protect(Recorder& recorder);
+    void endProtection();
 
     const RecorderServices m_services;
 
@@ -36,7 +42,9 @@ class RecorderEngine final : public CaptureEngine {
     bool m_stopRequested = false;                // guarded by m_mutex
     std::unique_ptr<AlignedRecorder> m_recorder; // guarded by m_mutex; made by start, kept until the end
 
-    std::mutex m_guardMutex;                        // one thread at a time may start and stop the guard
-    bool m_guardEnded = false;                      // guarded by m_guardMutex
+    const MakeMark m_makeMark;
+    std::mutex m_protectionMutex;                   // one thread at a time may start and stop guard and mark
+    bool m_protectionEnded = false;                 // guarded by m_protectionMutex
+    std::shared_ptr<void> m_mark;                   // guarded by m_protectionMutex
     const std::unique_ptr<SleepGuard> m_sleepGuard; // last: its thread uses the recorder
 };

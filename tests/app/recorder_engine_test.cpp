@@ -70,8 +70,13 @@ class RecorderEngineTest : public testing::Test {
     ManualQueue m_timers;
     std::map<std::string, ManualQueue*> m_queues;
     std::function<void()> m_beforeSleep;
+    std::weak_ptr<void> m_mark;
     std::unique_ptr<RecorderEngine> m_engine = std::make_unique<RecorderEngine>(
-        services(), std::make_unique<FakeSleepGuard>(m_guardJournal, m_beforeSleep));
+        services(), std::make_unique<FakeSleepGuard>(m_guardJournal, m_beforeSleep), [this] {
+            const std::shared_ptr<void> mark = std::make_shared<int>();
+            m_mark = mark;
+            return mark;
+        });
 };
 
 TEST_F(RecorderEngineTest, ARecordingIsGuardedAgainstSleepFromItsStartToItsStop) {
@@ -81,6 +86,29 @@ TEST_F(RecorderEngineTest, ARecordingIsGuardedAgainstSleepFromItsStartToItsStop)
     m_engine->stop();
     EXPECT_THAT(m_guardJournal.calls(), ElementsAre("guard", "guard no more"));
     EXPECT_TRUE(m_engine->result());
+}
+
+TEST_F(RecorderEngineTest, ARecordingIsMarkedAsRunningUntilItsFilesAreClosed) {
+    bool wasMarked = false;
+    m_files.onClose = [&] { wasMarked = !m_mark.expired(); };
+    ASSERT_TRUE(record());
+    EXPECT_FALSE(m_mark.expired());
+    m_engine->stop();
+    EXPECT_TRUE(wasMarked);
+    EXPECT_TRUE(m_mark.expired());
+}
+
+TEST_F(RecorderEngineTest, ARecordingThatDoesNotStartIsNotMarkedAsRunning) {
+    m_mics.presentID = "another";
+    m_engine->onError = [](const std::string&) {};
+    EXPECT_FALSE(record());
+    EXPECT_TRUE(m_mark.expired());
+}
+
+TEST_F(RecorderEngineTest, APreviewIsNotMarkedAsARecording) {
+    ASSERT_TRUE(m_engine->start({"mic", "Desk Mic"}, std::nullopt));
+    EXPECT_TRUE(m_mark.expired());
+    m_engine->stop();
 }
 
 TEST_F(RecorderEngineTest, ARecordingThatDoesNotStartIsGuardedNoMore) {
