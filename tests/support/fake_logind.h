@@ -1,18 +1,15 @@
 #pragma once
 
 #include "platform/posix/file_handle.h"
+#include "support/bus_service.h"
 #include "support/private_bus.h"
 
 #include <algorithm>
 #include <chrono>
 #include <fcntl.h>
 #include <functional>
-#include <memory>
 #include <poll.h>
-#include <stdexcept>
 #include <string>
-#include <systemd/sd-bus.h>
-#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -32,13 +29,12 @@ class FakeLogind {
         }
     };
 
-    explicit FakeLogind(const std::string& address) {
-        connect(address);
+    explicit FakeLogind(const std::string& address) : m_service(address) {
         static const sd_bus_vtable methods[] = {SD_BUS_VTABLE_START(0),
                                                 SD_BUS_METHOD("Inhibit", "ssss", "h", &onInhibit, 0),
                                                 SD_BUS_SIGNAL("PrepareForSleep", "b", 0), SD_BUS_VTABLE_END};
-        check(sd_bus_add_object_vtable(m_bus.get(), nullptr, path, interface, methods, this));
-        check(sd_bus_request_name(m_bus.get(), "org.freedesktop.login1", 0));
+        check(sd_bus_add_object_vtable(m_service.get(), nullptr, path, interface, methods, this));
+        check(sd_bus_request_name(m_service.get(), "org.freedesktop.login1", 0));
     }
 
     bool refuses = false;
@@ -54,8 +50,8 @@ class FakeLogind {
         return found != nullptr && found->held();
     }
     void prepareForSleep(bool begins) {
-        check(sd_bus_emit_signal(m_bus.get(), path, interface, "PrepareForSleep", "b", begins ? 1 : 0));
-        check(sd_bus_flush(m_bus.get()));
+        check(sd_bus_emit_signal(m_service.get(), path, interface, "PrepareForSleep", "b", begins ? 1 : 0));
+        check(sd_bus_flush(m_service.get()));
     }
 
     /// Works until the condition holds; false when that takes too long.
@@ -63,37 +59,17 @@ class FakeLogind {
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
         while (!condition()) {
             if (std::chrono::steady_clock::now() > end) return false;
-            if (check(sd_bus_process(m_bus.get(), nullptr)) == 0) check(sd_bus_wait(m_bus.get(), 2000));
+            if (check(sd_bus_process(m_service.get(), nullptr)) == 0)
+                check(sd_bus_wait(m_service.get(), 2000));
         }
         return true;
     }
 
   private:
-    struct Close {
-        void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
-    };
     static constexpr const char* path = "/org/freedesktop/login1";
     static constexpr const char* interface = "org.freedesktop.login1.Manager";
 
-    static int check(int result) {
-        if (result < 0) throw std::runtime_error("fake logind: error " + std::to_string(-result));
-        return result;
-    }
-
-    /// Once the bus has begun to listen.
-    void connect(const std::string& address) {
-        for (int tries = 0;; ++tries) {
-            sd_bus* bus = nullptr;
-            check(sd_bus_new(&bus));
-            m_bus.reset(bus);
-            check(sd_bus_set_address(bus, address.c_str()));
-            check(sd_bus_set_bus_client(bus, 1));
-            check(sd_bus_negotiate_fds(bus, 1));
-            if (sd_bus_start(bus) >= 0) return;
-            if (tries > 5000) throw std::runtime_error("fake logind: there is no bus");
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        }
-    }
+    static int check(int result) { return BusService::check(result); }
 
     static int onInhibit(sd_bus_message* call, void* data, sd_bus_error* error) {
         auto* const self = static_cast<FakeLogind*>(data);
@@ -108,5 +84,5 @@ class FakeLogind {
         return sd_bus_reply_method_return(call, "h", theirEnd.get());
     }
 
-    std::unique_ptr<sd_bus, Close> m_bus;
+    BusService m_service;
 };

@@ -14,3 +14,8 @@ struct BusSlotDeleter {
 };
 /// A call that waits for its reply, or a subscription; without it the handler is not called any more.
 using BusSlotHandle = std::unique_ptr<sd_bus_slot, BusSlotDeleter>;
+
+struct BusMessageDeleter {
+    void operator()(sd_bus_message* message) const noexcept { sd_bus_message_unref(message); }
+};
+using BusMessageHandle = std::unique_ptr<sd_bus_message, BusMessageDeleter>;
