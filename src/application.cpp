@@ -122,7 +122,7 @@ class Application {
     /// On the threads of jobs.
     Speech& speech() {
         const std::lock_guard lock(m_speechMutex);
-        if (!m_speech) m_speech.emplace(m_late, m_timers);
+        if (!m_speech) m_speech.emplace(m_late, m_timers, m_recordings, Speech::Audience{});
         return *m_speech;
     }
 

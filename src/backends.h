@@ -6,8 +6,10 @@
 #include "capture/capture_check.h"
 #include "late_files.h"
 #include "late_module.h"
+#include "models/model_downloads.h"
 #include "models/models_folder.h"
 #include "platform/desktop/logind_sleep_guard.h"
+#include "platform/desktop/network_manager.h"
 #include "platform/media/recorded_length.h"
 #include "platform/pipewire/connection.h"
 #include "platform/pipewire/pipewire_devices.h"
@@ -22,8 +24,11 @@
 #include "transcription/transcriber.h"
 
 #include <chrono>
+#include <condition_variable>
 #include <filesystem>
 #include <memory>
+#include <mutex>
+#include <stop_token>
 #include <string>
 #include <thread>
 #include <utility>
@@ -70,15 +75,38 @@ inline std::unique_ptr<ModelStore> makeModels(LateModule& late) {
                                       modelsFolder());
 }
 
+/// Blocks the thread; a stop request ends it.
+inline void sleepUntilStopped(std::chrono::milliseconds time, const std::stop_token& stop) {
+    std::mutex mutex;
+    std::condition_variable_any stopped;
+    std::unique_lock lock(mutex);
+    stopped.wait_for(lock, stop, time, [] { return false; });
+}
+
+inline DownloadConditions downloadConditions(const RecordingMark& recordings) {
+    return {.isMetered = isConnectionMetered,
+            .isRecording = [&recordings] { return recordings.isHeld(); },
+            .now = [] { return std::chrono::steady_clock::now().time_since_epoch(); },
+            .sleep = sleepUntilStopped};
+}
+
 /// Recognition of speech.
 struct Speech {
+    /// Who follows the downloads of models.
+    struct Audience {
+        ModelEngine::DownloadListener waiting = {}; ///< while a transcription waits for one
+        ModelDownloads::Observer always = {};
+    };
+
     /// Throws Error when its backends cannot be loaded.
-    explicit Speech(LateModule& late, SerialQueue& timers, ModelEngine::DownloadListener onDownload = {})
+    Speech(LateModule& late, SerialQueue& timers, const RecordingMark& recordings, Audience audience)
         : models(makeModels(late)),
-          engine(*models, sherpaWorker(executableFolder()), builtIn, std::move(onDownload)),
+          downloads(*models, downloadConditions(recordings), std::move(audience.always)),
+          engine(*models, downloads, sherpaWorker(executableFolder()), builtIn, std::move(audience.waiting)),
           transcriber(engine, audioFiles, timers, &Locale::current) {}
 
     std::unique_ptr<ModelStore> models;
+    ModelDownloads downloads;
     WorkerEngine builtIn{workerProgram(executableFolder(), "murmelo-speech-pocketsphinx"),
                          MURMELO_SPEECH_MODEL};
     WorkerFileInfo audioFiles{workerProgram(executableFolder(), "murmelo-audio-length"), recordedLength};

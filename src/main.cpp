@@ -52,13 +52,13 @@ ExitStatus runSubcommand(const std::string& name, int argc, char** argv, Termina
     };
     RecordingMark recordings(RecordingMark::usualFile());
     if (name == "transcribe") {
-        Speech speech(late, timers, onDownload);
+        Speech speech(late, timers, recordings, {.waiting = onDownload});
         return transcribeCommand(argc, argv, recovery, speech.transcriber, signals, line);
     }
     Sound sound(late, line, recordings);
     sound.connection.connect(); // the devices answer from what it has seen
     if (name == "mics") return micsCommand(argc, argv, sound.devices);
-    Speech speech(late, timers, onDownload);
+    Speech speech(late, timers, recordings, {.waiting = onDownload});
     const std::unique_ptr<CaptureEngine> engine = sound.makeEngine(timers);
     return recordCommand(argc, argv, sound.devices, *engine, speech.transcriber, signals, line);
 }

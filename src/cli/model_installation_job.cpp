@@ -28,6 +28,8 @@ std::string installationText(const std::string& id, const InstallationProgress& 
     switch (progress.step) {
     case Step::waiting:
         return "Waiting for another Murmelo that installs " + id;
+    case Step::paused:
+        return "Downloading " + id + "  " + bar(progress) + "  pauses while a recording runs";
     case Step::downloading:
         return "Downloading " + id + "  " + bar(progress) + "  " + megabytes(progress.done) + " of " +
                megabytes(progress.total);

@@ -18,6 +18,7 @@ enum class ModelFailure {
     disk = 5,      ///< it cannot be stored or removed
     stopped = 6,   ///< a stop was requested
     unknown = 7,   ///< there is no such model
+    metered = 8,   ///< the user would pay for the download and has not asked for it
 };
 
 struct ListedModel {
@@ -29,6 +30,7 @@ struct ListedModel {
 struct InstallationProgress {
     enum class Step {
         waiting, ///< another process installs or removes the same model
+        paused,  ///< a recording runs
         downloading,
         checking,
         unpacking,

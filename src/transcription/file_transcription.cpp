@@ -7,11 +7,11 @@
 
 namespace {
 
-void provisionModel(SpeechModule& module, const Locale& locale, const std::stop_token& stop) {
+void provisionModel(SpeechModule& module, const Locale& locale, const WorkLimits& limits) {
     const auto request = module.installationRequest();
     if (!request) return;
     DebugLog::log("[ts] downloading speech model for " + locale.identifier());
-    request->downloadAndInstall(stop);
+    request->downloadAndInstall(limits);
 }
 
 /// Unknown starts count as the beginning of the file. So do absurd ones that no clock could show; infinities
@@ -23,11 +23,11 @@ double usableStart(double seconds) {
 } // namespace
 
 std::vector<Segment> transcribeFile(SpeechEngine& engine, AudioFileInfo& audioFiles, const SpokenFile& spoken,
-                                    const std::stop_token& stop,
+                                    const WorkLimits& limits,
                                     const std::function<void(const Segment&)>& onSegment) {
     std::vector<Segment> segments; // outlives the module, whose handler fills it
     const auto module = engine.module(spoken.locale);
-    provisionModel(*module, spoken.locale, stop);
+    provisionModel(*module, spoken.locale, limits);
     audioFiles.open(spoken.file); // one that cannot be read fails here, before any analysis
 
     module->collectResults([&](const SpeechResult& result) { // before the analysis: no result is missed
@@ -36,7 +36,7 @@ std::vector<Segment> transcribeFile(SpeechEngine& engine, AudioFileInfo& audioFi
         segments.push_back({usableStart(result.start), spoken.speaker, std::string(text)});
         onSegment(segments.back());
     });
-    if (const auto lastSampleTime = module->analyse(spoken.file, stop))
+    if (const auto lastSampleTime = module->analyse(spoken.file, limits.stop))
         module->finalizeAndFinish(*lastSampleTime);
     else
         module->cancelAndFinishNow();

@@ -7,7 +7,6 @@
 
 #include <filesystem>
 #include <functional>
-#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -24,5 +23,5 @@ struct SpokenFile {
 /// Blocks; `onSegment` is called on the caller's thread for each utterance as soon as it is known. Throws
 /// what a port throws, unchanged, and soon after a stop request. What was recognised until then is lost.
 std::vector<Segment> transcribeFile(SpeechEngine& engine, AudioFileInfo& audioFiles, const SpokenFile& spoken,
-                                    const std::stop_token& stop,
+                                    const WorkLimits& limits,
                                     const std::function<void(const Segment&)>& onSegment);

@@ -16,12 +16,21 @@ struct SpeechResult {
     double start;     ///< seconds from the beginning of the file; may be not finite when unknown
 };
 
+/// When work on a file has to end.
+struct WorkLimits {
+    std::stop_token stop; ///< now, by throwing
+    /// Preparations have to end, so that the rest of the time is left for the recognition itself.
+    std::stop_token endPreparations = {};
+};
+
 /// What must be downloaded and installed before a module can work.
 class InstallationRequest {
   public:
     virtual ~InstallationRequest() = default;
-    /// Blocks until it is ready. Throws Error; ends within a second of a stop request, by throwing.
-    virtual void downloadAndInstall(std::stop_token stop) = 0;
+    /// Blocks until the module is ready. When preparations have to end, a module that can work without what
+    /// is still missing is ready within a second; any other goes on waiting. Throws Error; ends within a
+    /// second of a stop request, by throwing.
+    virtual void downloadAndInstall(const WorkLimits& limits) = 0;
 };
 
 /// Recognition of one file in one locale. Used by one thread, in this order: installationRequest,

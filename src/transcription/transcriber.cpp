@@ -27,6 +27,9 @@ void throwIfRequested(const std::stop_token& stop) {
     if (stop.stop_requested()) throw Error("transcriber", 3, "Transcription cancelled.");
 }
 
+/// Of a track's time: a download that takes longer leaves the rest to an engine that needs none.
+constexpr double shareOfPreparations = 2.0 / 3;
+
 /// The upper bound only meets damaged files, which may claim any length.
 double timeoutFor(double duration) {
     return std::clamp(3 * duration, 180.0, longestTimeout);
@@ -54,7 +57,7 @@ Locale Transcriber::pickLocale() {
 
 std::vector<Segment> Transcriber::transcribe(const std::filesystem::path& file, const Locale& locale,
                                              const std::string& speaker, const std::stop_token& stop) {
-    return transcribeFile(m_engine, m_audioFiles, {file, locale, speaker}, stop, [](const Segment&) {});
+    return transcribeFile(m_engine, m_audioFiles, {file, locale, speaker}, {stop}, [](const Segment&) {});
 }
 
 std::filesystem::path Transcriber::transcribeRecording(const std::filesystem::path& folder,
@@ -88,10 +91,14 @@ std::vector<Segment> Transcriber::transcribeTrack(const std::filesystem::path& f
     const std::optional<double> duration = durationWorthTranscribing(file, stop);
     if (!duration) return {};
     report({track.fileName, 0, *duration});
+    const double timeout = timeoutFor(*duration);
+    std::stop_source preparations;
+    m_timers.asyncAfter(timeSpan(shareOfPreparations * timeout),
+                        [preparations]() mutable { preparations.request_stop(); });
     try {
-        return withTimeout(timeoutFor(*duration), m_timers, stop, [&](const std::stop_token& ending) {
+        return withTimeout(timeout, m_timers, stop, [&](const std::stop_token& ending) {
             return transcribeFile(
-                m_engine, m_audioFiles, {file, locale, track.speaker}, ending,
+                m_engine, m_audioFiles, {file, locale, track.speaker}, {ending, preparations.get_token()},
                 [&](const Segment& segment) { report({track.fileName, segment.start, *duration}); });
         });
     } catch (const Error& error) {

@@ -38,7 +38,8 @@ class Transcriber {
                                     const std::string& speaker, const std::stop_token& stop);
 
     /// Transcribes the voice track and then the system track, each within three times its length (three
-    /// minutes at least), and writes transcript.txt into the folder. Returns its path.
+    /// minutes at least), and writes transcript.txt into the folder. Returns its path. A model that is still
+    /// being installed after two thirds of that time is no longer waited for where the engine can do without.
     ///
     /// A track that is missing, unreadable, too short or that fails costs its own lines only; the log says
     /// why. Throws Error: "transcriber" 1 when no track yields an utterance, "transcriber" 3 after a stop

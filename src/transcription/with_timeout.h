@@ -20,12 +20,13 @@ struct Race {
     std::stop_source stop;
 };
 
-inline SerialQueue::Time delay(double seconds) {
+} // namespace withTimeoutDetail
+
+/// Cut to nanoseconds. A time outside 0...longestTimeout is a programming error and ends the process.
+inline SerialQueue::Time timeSpan(double seconds) {
     if (!(seconds >= 0 && seconds <= longestTimeout)) std::abort(); // not-a-number ends here as well
     return SerialQueue::Time(static_cast<std::int64_t>(seconds * 1e9));
 }
-
-} // namespace withTimeoutDetail
 
 /// Runs `operation(std::stop_token)` on the caller's thread, for at most `seconds`.
 ///
@@ -38,7 +39,7 @@ template <typename Operation>
 auto withTimeout(double seconds, SerialQueue& timers, const std::stop_token& stop, Operation operation) {
     const auto race = std::make_shared<withTimeoutDetail::Race>();
     const std::stop_callback passOn(stop, [&race] { race->stop.request_stop(); });
-    timers.asyncAfter(withTimeoutDetail::delay(seconds), [race] {
+    timers.asyncAfter(timeSpan(seconds), [race] {
         // Decide first: an operation that answers the stop with an error of its own must not win by it.
         if (!race->decided.test_and_set()) race->stop.request_stop();
     });

@@ -157,6 +157,8 @@ TEST(ModelInstallationText, ShowsWhatIsDoneAndHowMuchOfIt) {
     EXPECT_EQ(text(Step::waiting, 0, 104000000), "Waiting for another Murmelo that installs small");
     EXPECT_EQ(text(Step::downloading, 26000000, 104000000),
               "Downloading small  [#######.......................]  26 MB of 104 MB");
+    EXPECT_EQ(text(Step::paused, 26000000, 104000000),
+              "Downloading small  [#######.......................]  pauses while a recording runs");
     EXPECT_EQ(text(Step::checking, 0, 104000000), "Checking small  [..............................]");
     EXPECT_EQ(text(Step::unpacking, 104000000, 104000000),
               "Unpacking small  [##############################]");

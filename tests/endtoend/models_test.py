@@ -1,107 +1,24 @@
 #!/usr/bin/env python3
 """Speech models as a user meets them: the program beside workers of the test's making, and a server on this machine."""
 
-import hashlib
-import http.server
-import io
 import json
 import os
 import re
 import shutil
 import signal
 import subprocess
-import tarfile
-import threading
-import unittest
+import time
 
-from program import LIMIT, SCRIPTS, TestCase, last_line, main, program_without_workers, run, silent_recording, wait_for
-
-ID = "small-en"
-# The library that the program wants, in the one version that it works with.
-LIBRARY_VERSION = json.loads((SCRIPTS / "sherpa-onnx/package.json").read_text())["optionalDependencies"][
-    "sherpa-onnx-linux-x64"]
+from model_server import ID, WithModels
+from program import LIMIT, Logind, Recording, TestCase, last_line, main, run, silent_recording, wait_for
 
 
-def archive():
-    """What is downloaded."""
-    content = io.BytesIO()
-    with tarfile.open(fileobj=content, mode="w:bz2") as tar:
-        for name, data in (("small/tokens.txt", b"a 0\n"), ("small/model.onnx", os.urandom(100000))):
-            entry = tarfile.TarInfo(name)
-            entry.size = len(data)
-            tar.addfile(entry, io.BytesIO(data))
-    return content.getvalue()
-
-
-class Server(http.server.ThreadingHTTPServer):
-    """Gives out one file; with a limit it sends so much of it and then nothing more."""
-
-    daemon_threads = True
-
-    def __init__(self, content):
-        self.content, self.limit, self.requests = content, None, 0
-        self.stalls, self.ends = threading.Event(), threading.Event()
-        super().__init__(("127.0.0.1", 0), Answer)
-        threading.Thread(target=self.serve_forever, daemon=True).start()
-
-    def url(self):
-        return f"http://127.0.0.1:{self.server_port}/small-en.tar.bz2"
-
-    def end(self):
-        self.ends.set()
-        self.shutdown()
-        self.server_close()
-
-
-class Answer(http.server.BaseHTTPRequestHandler):
-    def do_GET(self):  # the name that the library wants
-        self.server.requests += 1
-        begin = int(self.headers.get("Range", "bytes=0-")[6:-1])
-        content = self.server.content[begin:]
-        self.send_response(206 if begin else 200)
-        self.send_header("Content-Length", str(len(content)))
-        if begin:
-            whole = len(self.server.content)
-            self.send_header("Content-Range", f"bytes {begin}-{whole - 1}/{whole}")
-        self.end_headers()
-        self.wfile.write(content[:self.server.limit])
-        if self.server.limit:
-            self.server.stalls.set()
-            self.server.ends.wait()
-
-    def log_message(self, *_):
-        pass
-
-
-class SpeechModels(TestCase):
+class SpeechModels(WithModels, TestCase):
     def setUp(self):
         super().setUp()
-        self.program = program_without_workers(self.work)
-        self.make_worker("murmelo-speech-sherpa-onnx", "the model")
-        self.make_worker("murmelo-speech-pocketsphinx", "the built-in engine")
-        self.make(f"lib/murmelo/sherpa-onnx/{LIBRARY_VERSION}/libsherpa-onnx-c-api.so", "")
-        self.server = Server(archive())
-        self.addCleanup(self.server.end)
-        self.write_catalogue(self.server.url())
-        self.env = {"XDG_DATA_HOME": str(self.work / "data"), "LC_ALL": "en_US.UTF-8"}
+        self.set_up_models()
+        self.env = self.models_env
         self.models = self.work / "data/murmelo/models"
-
-    def make(self, name, content):
-        file = self.work / name
-        file.parent.mkdir(parents=True, exist_ok=True)
-        file.write_text(content)
-        return file
-
-    def make_worker(self, name, words):
-        self.make(f"libexec/{name}", f"#!/bin/sh\necho '{{\"start\": 1, \"end\": 2, \"text\": \"{words}\"}}'\n"
-                                     "echo '{\"lastSampleTime\": 4}'\n").chmod(0o755)
-
-    def write_catalogue(self, url):
-        content = self.server.content
-        self.make("share/murmelo/models.json", json.dumps({"models": [{
-            "id": ID, "engine": "sherpa-onnx", "kind": "nemo_ctc", "locales": ["en_US"], "bytes": len(content),
-            "sha256": hashlib.sha256(content).hexdigest(), "url": url, "archive": "tar.bz2", "licence": "MIT",
-            "verified": True, "checksumSource": "this test"}]}))
 
     def murmelo(self, *arguments):
         return run(*arguments, program=self.program, env=self.env)
@@ -132,6 +49,32 @@ class SpeechModels(TestCase):
         self.assertEqual(len(re.findall(r"\[ts\] the built-in recogniser serves en_US: The speech model could not be downloaded "
                                         r"from 127\.0\.0\.1: Could(n't| not) connect to server\.", log)), 2,
                          "once for each track, in the words of libcurl's version")
+
+    def test_nothing_is_downloaded_over_a_metered_connection_unless_the_user_asks_for_it(self):
+        system = Logind("metered")
+        self.addCleanup(system.end)
+        self.env["DBUS_SYSTEM_BUS_ADDRESS"] = system.env["DBUS_SYSTEM_BUS_ADDRESS"]
+        log, text = self.transcript_of(silent_recording(self.work / "r"))
+        self.assertEqual(text, "[00:01] You: the built-in engine\n[00:01] Audio: the built-in engine")
+        self.assertEqual(log.count("[ts] the built-in recogniser serves en_US: The speech model “small-en” (0.1 MB) is not "
+                                   "downloaded over a metered connection, unless you want it: “murmelo models install "
+                                   "small-en”."), 2, log)
+        self.assertEqual(self.server.requests, 0)
+        self.assertEqual(self.murmelo("models", "install", ID).returncode, 0)
+        self.assertEqual(self.server.requests, 1)
+
+    def test_a_download_waits_while_another_program_records(self):
+        recording = Recording("--folder", self.work / "recording", log=self.work / "log").until_said("first MIC callback")
+        with (self.work / "said").open("w") as said:
+            transcribe = subprocess.Popen([self.program, "transcribe", "--verbose", silent_recording(self.work / "r")],
+                                          env={**os.environ, **self.env}, stdout=subprocess.DEVNULL, stderr=said)
+        wait_for(lambda: "downloading speech model" in (self.work / "said").read_text(), "the download")
+        wait_for(lambda: (self.work / "log").stat().st_mtime + 0.5 < time.time(), "half a second of the recording")
+        self.assertEqual(self.server.requests, 0)
+        recording.end()
+        self.assertEqual(transcribe.wait(LIMIT), 0)
+        self.assertEqual(self.server.requests, 1)
+        self.assertEqual((self.work / "r/transcript.txt").read_text(), "[00:01] You: the model\n[00:01] Audio: the model")
 
     def test_without_its_library_nothing_is_downloaded_and_the_list_says_what_is_missing(self):
         shutil.rmtree(self.work / "lib/murmelo/sherpa-onnx")

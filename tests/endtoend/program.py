@@ -141,10 +141,10 @@ class Recording:
 
 
 class Logind:
-    """A system bus with a logind of ours."""
+    """A system bus with a logind and a NetworkManager of ours; with “metered” the user pays for what is transferred."""
 
-    def __init__(self):
-        self.process = subprocess.Popen([os.environ["MURMELO_FAKE_LOGIND"]], text=True, bufsize=1,
+    def __init__(self, *arguments):
+        self.process = subprocess.Popen([os.environ["MURMELO_FAKE_LOGIND"], *arguments], text=True, bufsize=1,
                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         self.env = {**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": self.said()}
 

@@ -1,16 +1,19 @@
-// A system bus with a logind of ours for another program. Prints the bus's address, then "guarded" and
-// "released" as the lock against sleep comes and goes. Standard input: "sleep", "wake"; its end ends this.
+// A system bus with a logind and a NetworkManager of ours for another program. Prints the bus's address, then
+// "guarded" and "released" as the lock against sleep comes and goes. Standard input: "sleep", "wake"; its end
+// ends this. With the argument "metered" the user pays for what is transferred.
 
 #include "support/fake_logind.h"
+#include "support/fake_network_manager.h"
 
 #include <exception>
 #include <iostream>
 
 namespace {
 
-void run() {
+void run(bool isMetered) {
     PrivateBus bus;
     FakeLogind logind(bus.address());
+    const FakeNetworkManager network(bus.address(), isMetered ? 1 : 2);
     std::cout << bus.address() << std::endl;
     bool guarded = false;
     bool ended = false;
@@ -32,9 +35,9 @@ void run() {
 
 } // namespace
 
-int main() {
+int main(int argc, char** argv) {
     try {
-        run();
+        run(argc > 1 && argv[1] == std::string("metered"));
     } catch (const std::exception& error) {
         std::cerr << error.what() << "\n";
         return 1;

@@ -15,10 +15,12 @@
 
 /// Runs inside a call: throws, moves virtual time, waits for the stop.
 using ScriptStep = std::function<void(const std::stop_token& stop)>;
+using InstallationStep = std::function<void(const WorkLimits& limits)>;
 
+/// A step of either kind.
 template <typename Exception>
-ScriptStep throws(Exception exception) {
-    return [exception](const std::stop_token&) { throw exception; };
+auto throws(Exception exception) {
+    return [exception](const auto&) { throw exception; };
 }
 
 /// What one module does. By default it is installed, hears nothing and succeeds.
@@ -30,7 +32,7 @@ struct SpeechScript {
 
     ScriptStep inModule; ///< its stop token, like that of every call without one, never stops
     ScriptStep inInstallationRequest;
-    ScriptStep inDownloadAndInstall;
+    InstallationStep inDownloadAndInstall; ///< a stop that it leaves pending ends it
     ScriptStep inAnalyse; ///< a stop that it leaves pending ends analyse, as the port demands
     ScriptStep inFinalizeAndFinish;
     ScriptStep inWaitForResults;
@@ -65,17 +67,17 @@ class FakeSpeechEngine final : public SpeechEngine {
 
     class Request final : public InstallationRequest {
       public:
-        Request(CallJournal& journal, ScriptStep inDownloadAndInstall)
+        Request(CallJournal& journal, InstallationStep inDownloadAndInstall)
             : m_journal(journal), m_inDownloadAndInstall(std::move(inDownloadAndInstall)) {}
-        void downloadAndInstall(std::stop_token stop) override {
+        void downloadAndInstall(const WorkLimits& limits) override {
             m_journal.note("downloadAndInstall");
-            run(m_inDownloadAndInstall, stop);
-            if (stop.stop_requested()) throw Error("engine", 1, "Download cancelled.");
+            if (m_inDownloadAndInstall) m_inDownloadAndInstall(limits);
+            if (limits.stop.stop_requested()) throw Error("engine", 1, "Download cancelled.");
         }
 
       private:
         CallJournal& m_journal;
-        const ScriptStep m_inDownloadAndInstall;
+        const InstallationStep m_inDownloadAndInstall;
     };
 
     class Module final : public SpeechModule {

@@ -23,7 +23,7 @@ class FileTranscription : public testing::Test {
     SpeechScript& script() { return m_engine.scripts.front(); }
     std::vector<Segment> transcribe() {
         return transcribeFile(m_engine, m_files, {"/rec/voice.m4a", Locale("en_US"), "You"},
-                              m_caller.get_token(), [this](const Segment& s) { m_reported.push_back(s); });
+                              {m_caller.get_token()}, [this](const Segment& s) { m_reported.push_back(s); });
     }
     /// The printed error with which it ends.
     std::string failure() {
@@ -66,7 +66,7 @@ TEST_F(FileTranscription, InstalledModelIsNeitherLoggedNorDownloaded) {
 TEST_F(FileTranscription, MissingModelIsLoggedBeforeItsDownload) {
     script().installed = false;
     Lines linesAtDownload;
-    script().inDownloadAndInstall = [&](const std::stop_token&) { linesAtDownload = m_log.messages(); };
+    script().inDownloadAndInstall = [&](const WorkLimits&) { linesAtDownload = m_log.messages(); };
     transcribe();
     EXPECT_EQ(linesAtDownload, Lines{"[ts] downloading speech model for en_US"});
     EXPECT_EQ(m_log.messages(), linesAtDownload);
@@ -175,7 +175,7 @@ TEST_F(FileTranscription, FailuresAreNotLoggedHere) {
 
 TEST_F(FileTranscription, StopReachesTheDownload) {
     script().installed = false;
-    script().inDownloadAndInstall = [this](const std::stop_token&) { m_caller.request_stop(); };
+    script().inDownloadAndInstall = [this](const WorkLimits&) { m_caller.request_stop(); };
     EXPECT_EQ(failure(), "Error Domain=engine Code=1 \"Download cancelled.\"");
 }
 

@@ -44,11 +44,31 @@ TEST_F(TranscribeRecording, ALongTrackMayTakeThreeTimesItsLength) {
 TEST_F(TranscribeRecording, DownloadCountsAgainstTheTimeOfItsTrack) {
     SpeechScript script = hears({{"too late", 1}});
     script.installed = false;
-    script.inDownloadAndInstall = [this](const std::stop_token&) { m_timers.advance(180s); };
+    script.inDownloadAndInstall = [this](const WorkLimits&) { m_timers.advance(180s); };
     addTrack("voice.m4a", 30, script);
     EXPECT_EQ(failure(), noSpeech);
     EXPECT_EQ(m_log.messages(), (Lines{"[ts] locale=en_US", "[ts] downloading speech model for en_US",
                                        "[ts] voice.m4a failed: " + timedOut}));
+}
+
+TEST_F(TranscribeRecording, AThirdOfATracksTimeIsLeftForTheRecognitionItself) {
+    for (const auto& [seconds, share] : {std::pair(30.0, 120s), std::pair(100.0, 200s)}) {
+        SCOPED_TRACE(seconds);
+        SpeechScript script;
+        script.installed = false;
+        script.inDownloadAndInstall = [&, limit = share](const WorkLimits& limits) {
+            m_timers.advance(limit - 1ns);
+            EXPECT_FALSE(limits.endPreparations.stop_requested());
+            m_timers.advance(1ns);
+            EXPECT_TRUE(limits.endPreparations.stop_requested());
+            EXPECT_FALSE(limits.stop.stop_requested());
+        };
+        bool reached = false;
+        script.inAnalyse = expectStopAt(m_timers, share / 2, reached);
+        addTrack("voice.m4a", seconds, script);
+        EXPECT_EQ(failure(), noSpeech);
+        EXPECT_TRUE(reached);
+    }
 }
 
 TEST_F(TranscribeRecording, TimeoutOfTheFirstTrackKeepsTheSecond) {

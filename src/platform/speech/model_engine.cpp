@@ -27,10 +27,11 @@ std::optional<Locale> builtInLocale(SpeechEngine& builtIn, const Locale& locale)
 /// Chooses an engine, and then is that engine's module.
 class ChosenModule final : public SpeechModule {
   public:
-    ChosenModule(ModelStore& store, std::vector<ListedModel> models, const ModelWorker& worker,
-                 SpeechEngine& builtIn, ModelEngine::DownloadListener onDownload, Locale locale)
-        : m_store(store), m_models(std::move(models)), m_worker(worker), m_builtIn(builtIn),
-          m_onDownload(std::move(onDownload)), m_locale(std::move(locale)) {}
+    ChosenModule(ModelStore& store, ModelDownloads& downloads, std::vector<ListedModel> models,
+                 const ModelWorker& worker, SpeechEngine& builtIn, ModelEngine::DownloadListener onDownload,
+                 Locale locale)
+        : m_store(store), m_downloads(downloads), m_models(std::move(models)), m_worker(worker),
+          m_builtIn(builtIn), m_onDownload(std::move(onDownload)), m_locale(std::move(locale)) {}
 
     std::unique_ptr<InstallationRequest> installationRequest() override {
         if (const Model* installed = installedModel(m_models, m_locale)) {
@@ -55,37 +56,44 @@ class ChosenModule final : public SpeechModule {
     class Request final : public InstallationRequest {
       public:
         Request(ChosenModule& module, Model model) : m_module(module), m_model(std::move(model)) {}
-        void downloadAndInstall(std::stop_token stop) override { m_module.install(m_model, stop); }
+        void downloadAndInstall(const WorkLimits& limits) override { m_module.install(m_model, limits); }
 
       private:
         ChosenModule& m_module;
         const Model m_model;
     };
 
-    void install(const Model& model, const std::stop_token& stop) {
+    void install(const Model& model, const WorkLimits& limits) {
+        const std::optional<Locale> fallback = builtInLocale(m_builtIn, m_locale);
+        std::stop_source giveUp;
+        const auto request = [&giveUp] { giveUp.request_stop(); };
+        const std::stop_callback onStop(limits.stop, request);
+        const std::stop_callback onEnd(fallback ? limits.endPreparations : std::stop_token(), request);
         try {
-            download(model, stop);
-            use(model);
+            if (download(model, giveUp.get_token())) return use(model);
+            throw Error("models", static_cast<int>(ModelFailure::stopped),
+                        "The speech model “" + model.id + "” is still being downloaded.");
         } catch (const Error& error) {
-            const std::optional<Locale> fallback = builtInLocale(m_builtIn, m_locale);
-            if (stop.stop_requested() || !fallback) throw;
+            if (limits.stop.stop_requested() || !fallback) throw;
             DebugLog::log("[ts] the built-in recogniser serves " + m_locale.identifier() + ": " +
                           error.localizedDescription());
             m_chosen = m_builtIn.module(*fallback);
         }
     }
 
-    void download(const Model& model, const std::stop_token& stop) {
+    /// False: it goes on.
+    bool download(const Model& model, const std::stop_token& giveUp) {
         const auto tell = [&](const std::optional<InstallationProgress>& progress) {
             if (m_onDownload) m_onDownload(model, progress);
         };
         try {
-            m_store.install(model, tell, stop);
+            const bool isInstalled = m_downloads.install(model, tell, giveUp);
+            tell(std::nullopt);
+            return isInstalled;
         } catch (const Error&) {
             tell(std::nullopt);
             throw;
         }
-        tell(std::nullopt);
     }
 
     void use(const Model& model) {
@@ -100,6 +108,7 @@ class ChosenModule final : public SpeechModule {
     }
 
     ModelStore& m_store;
+    ModelDownloads& m_downloads;
     const std::vector<ListedModel> m_models;
     const ModelWorker m_worker;
     SpeechEngine& m_builtIn;
@@ -110,29 +119,34 @@ class ChosenModule final : public SpeechModule {
 
 } // namespace
 
-ModelEngine::ModelEngine(ModelStore& models, ModelWorker worker, SpeechEngine& builtIn,
-                         DownloadListener onDownload)
-    : m_models(models), m_worker(std::move(worker)), m_builtIn(builtIn), m_onDownload(std::move(onDownload)) {
-}
+ModelEngine::ModelEngine(ModelStore& models, ModelDownloads& downloads, ModelWorker worker,
+                         SpeechEngine& builtIn, DownloadListener onDownload)
+    : m_models(models), m_downloads(downloads), m_worker(std::move(worker)), m_builtIn(builtIn),
+      m_onDownload(std::move(onDownload)) {}
 
 std::vector<Locale> ModelEngine::supportedLocales() {
-    std::vector<Locale> locales = recognisedLocales(usableModels());
+    std::vector<Locale> locales;
+    try {
+        locales = recognisedLocales(usableModels());
+    } catch (const Error&) { // logged when a module is made, once for each track
+    }
     for (const Locale& locale : m_builtIn.supportedLocales())
         if (std::find(locales.begin(), locales.end(), locale) == locales.end()) locales.push_back(locale);
     return locales;
 }
 
 std::unique_ptr<SpeechModule> ModelEngine::module(const Locale& locale) {
-    return std::make_unique<ChosenModule>(m_models, usableModels(), m_worker, m_builtIn, m_onDownload,
-                                          locale);
+    std::vector<ListedModel> models;
+    try {
+        models = usableModels();
+    } catch (const Error& error) {
+        DebugLog::log("[ts] no speech models: " + error.localizedDescription());
+    }
+    return std::make_unique<ChosenModule>(m_models, m_downloads, std::move(models), m_worker, m_builtIn,
+                                          m_onDownload, locale);
 }
 
 std::vector<ListedModel> ModelEngine::usableModels() {
     if (!m_worker.missingPart().empty()) return {};
-    try {
-        return m_models.list();
-    } catch (const Error& error) {
-        DebugLog::log("[ts] no speech models: " + error.localizedDescription());
-        return {};
-    }
+    return m_models.list();
 }

@@ -6,6 +6,8 @@
 #include "support/log_capture.h"
 #include "support/some_model.h"
 
+#include <algorithm>
+#include <future>
 #include <gmock/gmock.h>
 
 namespace {
@@ -33,19 +35,30 @@ class ModelEngineTest : public testing::Test {
         store.inInstall = [error](const auto&, const auto&) { throw error; };
     }
 
+    /// A download that does not end by itself. The request comes from its thread, once it has begun.
+    void neverEnd(std::stop_source requested) {
+        store.inInstall = [requested](const auto&, const std::stop_token& stop) mutable {
+            requested.request_stop();
+            std::promise<void> stopped;
+            const std::stop_callback wake(stop, [&] { stopped.set_value(); });
+            stopped.get_future().wait();
+            throw Error("models", 6, "Stopped.");
+        };
+    }
+
     /// As a transcription does it. True when something was installed first.
-    bool analyse(const Locale& locale, const std::stop_token& stop = {}) {
+    bool analyse(const Locale& locale, const WorkLimits& limits = {}) {
         const auto module = engine.module(locale);
         const auto request = module->installationRequest();
-        if (request) request->downloadAndInstall(stop);
+        if (request) request->downloadAndInstall(limits);
         module->collectResults([](const SpeechResult&) {});
         module->finalizeAndFinish(module->analyse(folder / "voice.m4a", {}).value());
         module->waitForResults();
         return request != nullptr;
     }
-    std::string failureOf(const Locale& locale, const std::stop_token& stop = {}) {
+    std::string failureOf(const Locale& locale, const WorkLimits& limits = {}) {
         try {
-            analyse(locale, stop);
+            analyse(locale, limits);
         } catch (const Error& error) {
             return error.printed();
         }
@@ -68,7 +81,13 @@ class ModelEngineTest : public testing::Test {
     FakeSpeechEngine builtIn{journal};
     std::string missing;
     std::vector<std::string> downloads; ///< what the listener heard: bytes, "end"
+    ModelDownloads automatic{store,
+                             {[] { return false; }, [] { return false; },
+                              [] { return std::chrono::nanoseconds(0); },
+                              [](std::chrono::milliseconds, const std::stop_token&) {}},
+                             {}};
     ModelEngine engine{store,
+                       automatic,
                        {worker, [this] { return missing; }},
                        builtIn,
                        [this](const Model& model, const std::optional<InstallationProgress>& progress) {
@@ -78,6 +97,7 @@ class ModelEngineTest : public testing::Test {
 };
 
 const Error offline("models", 2, "The speech model could not be downloaded.");
+const Error stillDownloaded("models", 6, "The speech model “one” is still being downloaded.");
 
 TEST_F(ModelEngineTest, SupportsWhatModelsCoverInTheirOrderAndThenTheBuiltInEngine) {
     builtIn.supported = {Locale("nl_NL"), american};
@@ -166,14 +186,38 @@ TEST_F(ModelEngineTest, AnotherLanguageIsNotForTheBuiltInEngine) {
 
 TEST_F(ModelEngineTest, AStopRequestIsNoReasonForTheBuiltInEngine) {
     add("one", {american});
-    std::stop_source stop;
-    store.inInstall = [&](const auto&, const std::stop_token& token) {
-        stop.request_stop();
-        if (token.stop_requested()) throw Error("models", 6, "Stopped.");
-    };
-    EXPECT_EQ(failureOf(american, stop.get_token()), Error("models", 6, "Stopped.").printed());
+    const std::stop_source stop;
+    neverEnd(stop);
+    EXPECT_EQ(failureOf(american, {stop.get_token()}), stillDownloaded.printed());
     EXPECT_THAT(journal.calls(), ElementsAre("install one"));
     EXPECT_THAT(log.messages(), IsEmpty());
+}
+
+TEST_F(ModelEngineTest, WhenPreparationsHaveToEndTheBuiltInEngineServesAndTheDownloadGoesOn) {
+    add("one", {american});
+    const std::stop_source end;
+    neverEnd(end);
+    EXPECT_TRUE(analyse(american, {{}, end.get_token()}));
+    EXPECT_THAT(journal.calls(), Contains("analyse voice.m4a"));
+    EXPECT_THAT(
+        log.messages(),
+        ElementsAre("[ts] the built-in recogniser serves en_US: The speech model “one” is still being "
+                    "downloaded."));
+    EXPECT_THAT(downloads, ElementsAre("one end"));
+    EXPECT_TRUE(analyse(american, {{}, end.get_token()}));
+    EXPECT_EQ(std::ranges::count(journal.calls(), "install one"), 1) << "the next track begins no second one";
+}
+
+TEST_F(ModelEngineTest, ALanguageThatTheBuiltInEngineDoesNotKnowIsWaitedForToTheEnd) {
+    add("one", {german});
+    std::stop_source end;
+    std::stop_source stop;
+    store.inInstall = [&](const ModelStore::ProgressHandler& progress, const auto&) {
+        end.request_stop();
+        progress({InstallationProgress::Step::downloading, 5, 10});
+    };
+    EXPECT_TRUE(analyse(german, {stop.get_token(), end.get_token()}));
+    EXPECT_EQ(workersArguments(), argumentsFor("one", "de_DE"));
 }
 
 TEST_F(ModelEngineTest, EachTrackAsksAgain) {
@@ -188,13 +232,14 @@ TEST_F(ModelEngineTest, EachTrackAsksAgain) {
 TEST_F(ModelEngineTest, ADamagedCatalogueLeavesTheBuiltInEngine) {
     store.inList = [] { throw Error("models", 1, "The catalogue of models is damaged."); };
     EXPECT_THAT(engine.supportedLocales(), ElementsAre(american));
+    EXPECT_THAT(log.messages(), IsEmpty()) << "nothing is logged while the locale is chosen";
     EXPECT_FALSE(analyse(american));
-    EXPECT_THAT(log.messages(), Contains("[ts] no speech models: The catalogue of models is damaged."));
+    EXPECT_THAT(log.messages(), ElementsAre("[ts] no speech models: The catalogue of models is damaged."));
 }
 
 TEST_F(ModelEngineTest, WithoutAnyEngineTheBuiltInOneSaysWhatItLacks) {
     WorkerEngine incomplete(folder / "no worker", folder.path());
-    ModelEngine bare(store, {worker, [] { return std::string("missing"); }}, incomplete, {});
+    ModelEngine bare(store, automatic, {worker, [] { return std::string("missing"); }}, incomplete, {});
     EXPECT_THAT(bare.supportedLocales(), IsEmpty());
     const auto module = bare.module(american);
     try {
