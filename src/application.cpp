@@ -12,6 +12,7 @@
 #include "platform/desktop/desktop_mic_authorization.h"
 #include "platform/desktop/desktop_notices.h"
 #include "platform/desktop/desktop_workspace.h"
+#include "platform/desktop/download_bubble.h"
 #include "platform/desktop/ini_settings_store.h"
 #include "platform/desktop/journal_console.h"
 #include "platform/desktop/qt_main_queue.h"
@@ -39,6 +40,8 @@ class Application {
     Application(const TerminationSignals& signals, Views& views)
         : m_termination(signals.set(), [this] { quit(); }),
           m_face(views, QDBusConnection::sessionBus(), m_workspace) {
+        QObject::connect(&m_downloadBubble, &DownloadBubble::cancelRequested, &m_context,
+                         [this](const std::string& id) { speech().downloads.cancel(id); });
         m_sound.connection.connect(); // an empty list of microphones would lose the user's choice
         m_state = AppState::create(services());
         m_jobs.async([this] { recoverRecordings(); });
@@ -122,7 +125,10 @@ class Application {
     /// On the threads of jobs.
     Speech& speech() {
         const std::lock_guard lock(m_speechMutex);
-        if (!m_speech) m_speech.emplace(m_late, m_timers, m_recordings, Speech::Audience{});
+        const auto tell = [this](const Model& model, const DownloadNews& news) {
+            m_downloadBubble.tell(model, news);
+        };
+        if (!m_speech) m_speech.emplace(m_late, m_timers, m_recordings, Speech::Audience{.always = tell});
         return *m_speech;
     }
 
@@ -141,6 +147,7 @@ class Application {
     DesktopWorkspace m_workspace;
     Face m_face;
     DesktopNotices m_notices{QDBusConnection::sessionBus(), m_workspace};
+    DownloadBubble m_downloadBubble{QDBusConnection::sessionBus()};
     ThreadQueue m_timers{"timers"};
     Mp4Recovery m_recovery;
     LateModule m_late{executableFolder()};

@@ -16,20 +16,27 @@ class Notification final : public QObject {
     enum class Urgency : unsigned char { low = 0, normal = 1, critical = 2 };
     struct Text {
         QString summary;
-        QString body; ///< plain
+        QString body;         ///< plain
+        bool stays = false;   ///< until it is replaced, withdrawn or closed; else the desktop decides
+        bool isQuiet = false; ///< of low urgency, as the next of many
         bool operator==(const Text&) const = default;
     };
 
     Notification(const QDBusConnection& sessionBus, Urgency urgency);
 
     void show(const Text& text);
+    /// Takes it off the screen.
+    void withdraw();
     bool isShown() const { return m_id != 0; }
 
     /// The label of what a click does; without one, the bubble only goes.
     QString action;
+    /// The label of a button that asks to cancel what the bubble tells of; without one there is none.
+    QString cancelAction;
 
   Q_SIGNALS:
     void clicked();
+    void cancelClicked();
     void closed();
     /// The desktop does not show it.
     void refused(const QString& reason);
@@ -47,6 +54,7 @@ class Notification final : public QObject {
     const Urgency m_urgency;
     Text m_text;
     bool m_isSending = false;
-    bool m_hasChanged = false; // while it was being sent
-    uint m_id = 0;             // 0: not on the screen
+    bool m_hasChanged = false;  // while it was being sent
+    bool m_isWithdrawn = false; // while it was being sent
+    uint m_id = 0;              // 0: not on the screen
 };
