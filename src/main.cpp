@@ -4,6 +4,7 @@
 #include "backends.h"
 #include "base/debug_log.h"
 #include "base/error.h"
+#include "base/job_threads.h"
 #include "cli/arguments.h"
 #include "cli/mics_command.h"
 #include "cli/model_installation_job.h"
@@ -24,8 +25,10 @@
 #include <QDBusConnection>
 #include <QLoggingCategory>
 #include <csignal>
+#include <memory>
 #include <optional>
 #include <string>
+#include <unistd.h>
 
 namespace {
 
@@ -59,8 +62,13 @@ ExitStatus runSubcommand(const std::string& name, int argc, char** argv, Termina
     sound.connection.connect(); // the devices answer from what it has seen
     if (name == "mics") return micsCommand(argc, argv, sound.devices);
     Speech speech(late, timers, recordings, {.waiting = onDownload});
-    const std::unique_ptr<CaptureEngine> engine = sound.makeEngine(timers);
-    return recordCommand(argc, argv, sound.devices, *engine, speech.transcriber, signals, line);
+    JobThreads jobs;
+    const std::shared_ptr<CaptureEngine> engine = sound.makeEngine(timers);
+    return recordCommand(argc, argv, sound.devices, engine, speech.transcriber, signals, line,
+                         {.jobs = jobs,
+                          .now = [&timers] { return timers.now(); },
+                          .sleep = sleepFor,
+                          .exit = [](ExitStatus status) { _exit(static_cast<int>(status)); }});
 }
 
 int run(int argc, char** argv) {

@@ -96,7 +96,7 @@ bool AppState::maySaveOn() {
 }
 
 void AppState::tellLoss() {
-    const std::string sentence = lossAtQuit(m_closing->unsaved(), m_recordingName);
+    const std::string sentence = lossAtQuit(m_closing->unsaved(), m_recordingName, "at the next start");
     if (sentence.empty()) return;
     m_services.notices.tell(sentence);
     log("[app] " + sentence);

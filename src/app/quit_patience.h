@@ -27,4 +27,5 @@ class QuitPatience {
 };
 
 /// A sentence for the user about that recording, a folder's name; empty when nothing remains to be done.
-std::string lossAtQuit(const Unsaved& unsaved, const std::string& recording);
+/// `repair` says how its files are closed: "at the next start".
+std::string lossAtQuit(const Unsaved& unsaved, const std::string& recording, const std::string& repair);

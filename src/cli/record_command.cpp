@@ -1,5 +1,8 @@
 #include "cli/record_command.h"
 
+#include "app/closing.h"
+#include "app/quit_patience.h"
+#include "base/debug_log.h"
 #include "base/error.h"
 #include "base/number_text.h"
 #include "base/recording_files.h"
@@ -21,7 +24,9 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
 constexpr auto redraw = 100ms;
-constexpr double longest = 1e9; // seconds; what the clock's arithmetic can bear
+constexpr auto lookInterval = 20ms;  // at the files that are being closed
+constexpr auto longestLogging = 5ms; // the log may be on the disk that hangs
+constexpr double longest = 1e9;      // seconds; what the clock's arithmetic can bear
 
 struct Options {
     std::optional<double> seconds;
@@ -61,32 +66,57 @@ std::string statusText(Clock::duration elapsed, const Levels& levels) {
            meter(levels.mic) + "  Audio " + meter(levels.system) + "  (Ctrl+C stops)";
 }
 
-enum class Start { failed, runs, stoppedAtItsEnd };
-
-/// Starts while a termination signal can end the start. One that comes in its last moment finds a recording
-/// that has begun, and stops that.
-Start start(CaptureEngine& engine, const MicChoice& mic, const std::filesystem::path& folder,
-            TerminationSignals& signals) {
-    auto started = std::async(std::launch::async, [&] { return engine.start(mic, folder); });
-    bool stopped = false;
-    while (!stopped && started.wait_for(0s) != std::future_status::ready) stopped = signals.wait(10ms);
-    if (stopped) engine.stop();
-    if (!started.get()) return Start::failed;
-    return stopped ? Start::stoppedAtItsEnd : Start::runs;
+/// Stops the engine and waits for its files. Nothing once they are closed, else what is lost.
+std::optional<std::string> close(const std::shared_ptr<CaptureEngine>& engine,
+                                 const std::filesystem::path& folder, StatusLine& line,
+                                 const RecordingEnd& end) {
+    QuitPatience patience(end.now(), engine->unsaved());
+    const auto closing = std::make_shared<Closing>(engine);
+    end.jobs.async([closing] { closing->run(); });
+    while (!closing->hasEnded()) {
+        if (!patience.goesOn(end.now(), closing->unsaved())) {
+            const std::string loss = lossAtQuit(closing->unsaved(), folder.filename().string(),
+                                                "by “murmelo recover " + folder.string() + "”");
+            return loss.empty() ? "Murmelo has ended because the sound server did not answer." : loss;
+        }
+        line.show("Saving…");
+        end.sleep(lookInterval);
+    }
+    return std::nullopt;
 }
 
-/// What went wrong, or nothing once the recording is complete.
-std::optional<std::string> record(CaptureEngine& engine, const MicChoice& mic, const Options& options,
-                                  TerminationSignals& signals, StatusLine& line) {
+/// Nothing once the recording is complete, else the status with which the command ends.
+std::optional<ExitStatus> record(const std::shared_ptr<CaptureEngine>& engine, const MicChoice& mic,
+                                 const Options& options, TerminationSignals& signals, StatusLine& line,
+                                 const RecordingEnd& end) {
     std::string fault = "The recording was stopped before it began.";
-    engine.onError = [&fault](const std::string& message) { fault = message; };
+    engine->onError = [&fault](const std::string& message) { fault = message; };
     Levels levels;
-    engine.onLevels = [&levels](float micLevel, float systemLevel) { levels.report(micLevel, systemLevel); };
+    engine->onLevels = [&levels](float micLevel, float systemLevel) { levels.report(micLevel, systemLevel); };
+    const auto fail = [&line](const std::string& sentence) {
+        line.show("");
+        return reportFailure(sentence);
+    };
+    const auto closeOrExit = [&]() -> std::optional<ExitStatus> {
+        const std::optional<std::string> loss = close(engine, options.folder, line, end);
+        if (!loss) return std::nullopt;
+        const ExitStatus failed = fail(*loss);
+        end.jobs.asyncAndWait([loss] { DebugLog::log("[rec] " + *loss); }, longestLogging, [] {});
+        end.exit(failed);
+        return failed;
+    };
 
     line.show("Waiting for the microphone");
-    const Start started = start(engine, mic, options.folder, signals);
-    if (started == Start::failed) return fault;
-    if (started == Start::stoppedAtItsEnd) return std::nullopt;
+    auto started = std::async(std::launch::async, [&] { return engine->start(mic, options.folder); });
+    bool stopped = false;
+    while (!stopped && started.wait_for(0s) != std::future_status::ready) stopped = signals.wait(10ms);
+    // A signal in the last moment of the start finds a recording that has begun.
+    if (stopped) {
+        if (const auto failed = closeOrExit()) return failed;
+    }
+    if (!started.get()) return fail(fault);
+    if (stopped) return std::nullopt;
+
     const Clock::time_point begin = Clock::now();
     const auto length = std::chrono::duration_cast<Clock::duration>(
         std::chrono::duration<double>(options.seconds.value_or(longest)));
@@ -94,8 +124,7 @@ std::optional<std::string> record(CaptureEngine& engine, const MicChoice& mic, c
         line.show(statusText(elapsed, levels));
         if (signals.wait(std::min<Clock::duration>(redraw, length - elapsed))) break;
     }
-    engine.stop();
-    return std::nullopt;
+    return closeOrExit();
 }
 
 std::string resultText(const Recorder::Result& files, const std::optional<std::filesystem::path>& transcript,
@@ -112,8 +141,9 @@ std::string resultText(const Recorder::Result& files, const std::optional<std::f
 
 } // namespace
 
-ExitStatus recordCommand(int argc, char** argv, const AudioDevices& devices, CaptureEngine& engine,
-                         Transcriber& transcriber, TerminationSignals& signals, StatusLine& line) {
+ExitStatus recordCommand(int argc, char** argv, const AudioDevices& devices,
+                         const std::shared_ptr<CaptureEngine>& engine, Transcriber& transcriber,
+                         TerminationSignals& signals, StatusLine& line, const RecordingEnd& end) {
     const Arguments arguments(argc, argv,
                               {{"seconds", Arguments::Value::required},
                                {"mic", Arguments::Value::required},
@@ -136,10 +166,9 @@ ExitStatus recordCommand(int argc, char** argv, const AudioDevices& devices, Cap
     options.folder = arguments.has("folder")
                          ? std::filesystem::absolute(*arguments.value("folder"))
                          : recordingsFolder() / recordingFolderName(std::chrono::system_clock::now());
-    const auto fault = record(engine, *mic, options, signals, line);
+    if (const auto failed = record(engine, *mic, options, signals, line, end)) return *failed;
     line.show("");
-    if (fault) return reportFailure(*fault);
-    const Recorder::Result files = engine.result().value();
+    const Recorder::Result files = engine->result().value();
 
     if (!options.transcribe) return printResult(resultText(files, std::nullopt, options.json));
     try {

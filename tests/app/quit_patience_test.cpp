@@ -6,6 +6,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
+const std::string next = "at the next start";
+
 TEST(QuitPatienceTest, EndsAfterFiveSecondsInWhichNothingWasSaved) {
     QuitPatience patience(100s, {7, 3});
     EXPECT_TRUE(patience.goesOn(104999ms, {7, 3}));
@@ -29,22 +31,22 @@ TEST(QuitPatienceTest, EndsAfterAMinuteInAnyCase) {
 
 TEST(QuitPatienceTest, NamesWhatIsLostRoundedUp) {
     const std::string recording = "recording-2026-01-02-030405";
-    EXPECT_EQ(lossAtQuit({11.2, 3}, recording),
+    EXPECT_EQ(lossAtQuit({11.2, 3}, recording, next),
               "Murmelo has ended because the disk did not answer. The last 12 seconds of "
               "“recording-2026-01-02-030405” are lost; what came before is repaired at the next start.");
-    EXPECT_EQ(lossAtQuit({0.4, 1}, recording),
+    EXPECT_EQ(lossAtQuit({0.4, 1}, recording, next),
               "Murmelo has ended because the disk did not answer. The last second of "
               "“recording-2026-01-02-030405” is lost; what came before is repaired at the next start.");
 }
 
 TEST(QuitPatienceTest, SaysWhenOnlyTheEndOfTheFileIsMissing) {
-    EXPECT_EQ(lossAtQuit({0, 1}, "recording-2026-01-02-030405"),
+    EXPECT_EQ(lossAtQuit({0, 1}, "recording-2026-01-02-030405", next),
               "Murmelo has ended because the disk did not answer. Nothing of "
               "“recording-2026-01-02-030405” is lost: it is repaired at the next start.");
 }
 
 TEST(QuitPatienceTest, HasNothingToSayAboutClosedFiles) {
-    EXPECT_EQ(lossAtQuit({}, "recording-2026-01-02-030405"), "");
+    EXPECT_EQ(lossAtQuit({}, "recording-2026-01-02-030405", next), "");
 }
 
 } // namespace
