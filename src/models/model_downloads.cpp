@@ -34,8 +34,7 @@ bool ModelDownloads::install(const Model& model, const ModelStore::ProgressHandl
         progress(latest);
         lock.lock();
     }
-    if (download->isCancelled) throw cancelledError(model.id);
-    if (download->failure) throw Error(*download->failure);
+    if (download->failure) throw download->isCancelled ? cancelledError(model.id) : *download->failure;
     return true;
 }
 
@@ -50,7 +49,7 @@ void ModelDownloads::cancel(const std::string& id) {
 /// The download that is under way, else a new one. With m_mutex held.
 std::shared_ptr<ModelDownloads::Download> ModelDownloads::current(const Model& model) {
     std::shared_ptr<Download>& latest = m_downloads[model.id];
-    if (latest && latest->isCancelled) throw cancelledError(model.id);
+    if (latest && latest->isCancelled && latest->hasEnded) throw cancelledError(model.id);
     if (!latest || latest->hasEnded) {
         const auto begun = std::make_shared<Download>(model);
         begun->thread =
@@ -96,6 +95,7 @@ void ModelDownloads::tellEnd(const Download& download, const std::optional<Error
                              bool wasStopped) const {
     using Kind = DownloadNews::Kind;
     if (!m_observer) return;
+    // No lock: this thread alone changes the number of reports.
     if (!failure && download.reports > 0) m_observer(download.model, {Kind::installed, {}, {}});
     if (!failure) return;
     m_observer(download.model, wasStopped ? DownloadNews{Kind::ended, {}, {}}

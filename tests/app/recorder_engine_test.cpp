@@ -73,7 +73,7 @@ class RecorderEngineTest : public testing::Test {
     std::weak_ptr<void> m_mark;
     std::unique_ptr<RecorderEngine> m_engine = std::make_unique<RecorderEngine>(
         services(), std::make_unique<FakeSleepGuard>(m_guardJournal, m_beforeSleep), [this] {
-            const std::shared_ptr<void> mark = std::make_shared<int>();
+            std::shared_ptr<void> mark = std::make_shared<int>();
             m_mark = mark;
             return mark;
         });

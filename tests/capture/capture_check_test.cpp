@@ -35,6 +35,7 @@ class CaptureCheckTest : public testing::Test {
     /// Half a second of the test tone's frequency.
     static std::vector<float> tone(float amplitude) {
         std::vector<float> samples;
+        samples.reserve(24000);
         for (int i = 0; i < 24000; ++i)
             samples.push_back(amplitude *
                               static_cast<float>(std::sin(2 * std::numbers::pi * i * 18000 / 48000)));

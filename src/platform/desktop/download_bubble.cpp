@@ -1,13 +1,18 @@
 #include "platform/desktop/download_bubble.h"
 
-DownloadBubble::DownloadBubble(const QDBusConnection& sessionBus)
-    : m_bubble(sessionBus, Notification::Urgency::normal) {
-    connect(&m_bubble, &Notification::cancelClicked, this, [this] { Q_EMIT cancelRequested(m_id); });
-    connect(&m_bubble, &Notification::closed, this, [this] { m_isFollowed = false; });
-}
+DownloadBubble::DownloadBubble(const QDBusConnection& sessionBus) : m_bus(sessionBus) {}
 
 DownloadBubble::~DownloadBubble() {
-    if (!m_latest.isFinal) m_bubble.withdraw();
+    if (m_bubble && !m_latest.isFinal) m_bubble->withdraw();
+}
+
+Notification& DownloadBubble::bubble() {
+    if (!m_bubble) {
+        m_bubble.emplace(m_bus, Notification::Urgency::normal);
+        connect(&*m_bubble, &Notification::cancelClicked, this, [this] { Q_EMIT cancelRequested(m_id); });
+        connect(&*m_bubble, &Notification::closed, this, [this] { m_isFollowed = false; });
+    }
+    return *m_bubble;
 }
 
 void DownloadBubble::tell(const Model& model, const DownloadNews& news) {
@@ -19,10 +24,10 @@ void DownloadBubble::show(const std::string& id, const DownloadNotice& notice) {
     const bool begins = m_latest.isFinal || m_latest.summary.empty();
     m_latest = notice;
     m_id = id;
-    if (notice.summary.empty()) return m_bubble.withdraw();
+    if (notice.summary.empty()) return bubble().withdraw();
     if (!begins && !notice.isFinal && !m_isFollowed) return; // the user has closed it
     m_isFollowed = !notice.isFinal;
-    m_bubble.cancelAction = notice.canBeCancelled ? tr("Cancel") : QString();
-    m_bubble.show({QString::fromStdString(notice.summary), QString::fromStdString(notice.body),
+    bubble().cancelAction = notice.canBeCancelled ? tr("Cancel") : QString();
+    bubble().show({QString::fromStdString(notice.summary), QString::fromStdString(notice.body),
                    !notice.isFinal, !begins && !notice.isFinal});
 }

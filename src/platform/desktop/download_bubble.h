@@ -21,6 +21,8 @@ class DownloadBubble final : public QObject {
     /// `sessionBus` may be disconnected.
     explicit DownloadBubble(const QDBusConnection& sessionBus);
     ~DownloadBubble() override;
+    DownloadBubble(const DownloadBubble&) = delete;
+    DownloadBubble& operator=(const DownloadBubble&) = delete;
 
     /// Any thread; returns at once.
     void tell(const Model& model, const DownloadNews& news);
@@ -32,7 +34,10 @@ class DownloadBubble final : public QObject {
   private:
     void show(const std::string& id, const DownloadNotice& notice);
 
-    Notification m_bubble;
+    Notification& bubble();
+
+    const QDBusConnection m_bus;
+    std::optional<Notification> m_bubble; // made for the first download
     std::string m_id;
     DownloadNotice m_latest;
     bool m_isFollowed = false; // shown, and not closed by the user

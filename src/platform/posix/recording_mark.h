@@ -12,6 +12,7 @@ class RecordingMark {
   public:
     /// The file is made when it is needed, and stays. Without a path there is none.
     explicit RecordingMark(std::filesystem::path file) : m_file(std::move(file)) {}
+    ~RecordingMark() = default;
     RecordingMark(const RecordingMark&) = delete;
     RecordingMark& operator=(const RecordingMark&) = delete;
 
