@@ -36,7 +36,7 @@ class ModelEngineTest : public testing::Test {
     }
 
     /// A download that does not end by itself. The request comes from its thread, once it has begun.
-    void neverEnd(std::stop_source requested) {
+    void neverEnd(const std::stop_source& requested) {
         store.inInstall = [requested](const auto&, const std::stop_token& stop) mutable {
             requested.request_stop();
             std::promise<void> stopped;
