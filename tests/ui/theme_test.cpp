@@ -1,6 +1,10 @@
 #include "ui/ui_fixture.h"
 
 #include <QColor>
+#include <QImage>
+#include <QQmlContext>
+#include <QQmlExpression>
+#include <algorithm>
 #include <cmath>
 #include <tuple>
 
@@ -46,9 +50,11 @@ class ThemeTest : public UiFixture {
         return all;
     }
     double number(const char* name) { return theme().property(name).toDouble(); }
+    /// As QML gets it: through the meta-object a function's colour arrives invalid.
     QColor changed(const char* how, const QColor& tint) {
-        QColor result;
-        QMetaObject::invokeMethod(&theme(), how, Q_RETURN_ARG(QColor, result), Q_ARG(QColor, tint));
+        const QString call = QStringLiteral("%1(\"%2\")").arg(QLatin1String(how), tint.name());
+        const auto result = QQmlExpression(qmlContext(&theme()), &theme(), call).evaluate().value<QColor>();
+        EXPECT_TRUE(result.isValid()) << call.toStdString();
         return result;
     }
 };
