@@ -75,6 +75,8 @@ void AppStateModel::quit() {
 
 void AppStateModel::willChange(Field field) {
     if (field == Field::micLevel || field == Field::outputLevel) {
+        if (field == Field::micLevel) m_micPeak.leave(m_state.micLevel);
+        if (field == Field::outputLevel) m_outputPeak.leave(m_state.outputLevel);
         m_levelsAreDirty = true;
         if (!m_levelsPause.isActive()) queueFlush();
         return;
@@ -91,6 +93,11 @@ void AppStateModel::tellLevels() {
     if (m_levelsPause.isActive() || !std::exchange(m_levelsAreDirty, false)) return;
     if (m_levelsPause.interval() > 0) m_levelsPause.start();
     Q_EMIT levelsChanged();
+    const bool micFell = m_micPeak.tell(m_state.micLevel);
+    const bool outputFell = m_outputPeak.tell(m_state.outputLevel);
+    if (!micFell && !outputFell) return;
+    m_levelsAreDirty = true;
+    if (!m_levelsPause.isActive()) queueFlush();
 }
 
 void AppStateModel::flush() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/app_state.h"
+#include "ui/level_peak.h"
 
 #include <QObject>
 #include <QString>
@@ -17,7 +18,8 @@ class Workspace;
 /// The application's state as views see it: properties to bind to, operations to call. It is the one observer
 /// of the state and tells what has changed once per turn of the event loop: a view never sees a half-done
 /// operation. Levels are told at most twenty-five times a second, as often as a meter has to move: the sound
-/// server may report eight times as often, and each redraw costs.
+/// server may report eight times as often, and each redraw costs. What is told of each is the highest value
+/// since the last time, so that no peak is too short to be seen.
 ///
 /// Main thread. State and workspace outlive it.
 class AppStateModel final : public QObject {
@@ -59,8 +61,8 @@ class AppStateModel final : public QObject {
     AppStateModel(const AppStateModel&) = delete;
     AppStateModel& operator=(const AppStateModel&) = delete;
 
-    float micLevel() const { return m_state.micLevel; }
-    float outputLevel() const { return m_state.outputLevel; }
+    float micLevel() const { return m_micPeak.with(m_state.micLevel); }
+    float outputLevel() const { return m_outputPeak.with(m_state.outputLevel); }
     QString elapsedString() const { return QString::fromStdString(m_state.elapsedString()); }
     /// Objects {id, name}.
     QVariantList mics() const;
@@ -123,6 +125,8 @@ class AppStateModel final : public QObject {
     bool m_flushIsQueued = false;
     std::bitset<static_cast<std::size_t>(Field::systemAudioGranted) + 1> m_dirty; // but for the levels
     bool m_levelsAreDirty = false;
+    LevelPeak m_micPeak;
+    LevelPeak m_outputPeak;
     QTimer m_levelsPause; // runs while none are told
     std::optional<std::filesystem::path> m_transcript;
     bool m_micGranted = false;

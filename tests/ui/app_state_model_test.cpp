@@ -6,6 +6,7 @@
 #include <chrono>
 #include <fstream>
 #include <functional>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -61,6 +62,43 @@ TEST_F(AppStateModelTest, AHundredLevelReportsAreToldOnce) {
     EXPECT_THAT(turn(), ElementsAre("levels"));
     EXPECT_FLOAT_EQ(m_model->micLevel(), 0.99F);
     EXPECT_THAT(turn(), IsEmpty());
+}
+
+/// A hundred reports come between two frames, and the loudest one is neither the first nor the last.
+TEST_F(AppStateModelTest, APeakThatComesAndGoesBetweenTwoTellingsIsTold) {
+    std::vector<std::pair<float, float>> told;
+    QObject::connect(&*m_model, &AppStateModel::levelsChanged,
+                     [&] { told.emplace_back(m_model->micLevel(), m_model->outputLevel()); });
+    m_state->micLevel = 0.125F;
+    m_state->micLevel = 0.875F;
+    m_state->outputLevel = 0.75F;
+    m_state->micLevel = 0.5F;
+    m_state->outputLevel = 0.25F;
+    runEventLoop();
+    EXPECT_THAT(told, ElementsAre(std::pair(0.875F, 0.75F), std::pair(0.5F, 0.25F)))
+        << "the peak, then what is left of it";
+}
+
+TEST_F(AppStateModelTest, ALevelThatHasBeenToldIsNoPeakOfTheNextTelling) {
+    m_state->micLevel = 1;
+    runEventLoop();
+    std::vector<float> told;
+    QObject::connect(&*m_model, &AppStateModel::levelsChanged, [&] { told.push_back(m_model->micLevel()); });
+    m_state->micLevel = 0.25F;
+    m_state->micLevel = 0.5F;
+    m_state->micLevel = 0;
+    runEventLoop();
+    EXPECT_THAT(told, ElementsAre(0.5F, 0.0F));
+}
+
+TEST_F(AppStateModelTest, AfterThePauseAPeakIsFollowedByTheLevelOfNow) {
+    m_model.emplace(*m_state, m_workspace);
+    std::vector<float> told;
+    QObject::connect(&*m_model, &AppStateModel::levelsChanged, [&] { told.push_back(m_model->micLevel()); });
+    m_state->micLevel = 1;
+    m_state->micLevel = 0;
+    while (told.empty() || told.back() != 0) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    EXPECT_THAT(told, ElementsAre(1.0F, 0.0F));
 }
 
 TEST_F(AppStateModelTest, LevelsAreToldAtMostTwentyFiveTimesASecondAndTheLastOneAlways) {
