@@ -261,6 +261,46 @@ TEST_F(Keyboard, ARingShowsWhereItIs) {
     EXPECT_FALSE(ringIsVisible("transcriptSwitch"));
 }
 
+TEST_F(Keyboard, TheRingStaysAtTheRecordButtonWhileARecordingStarts) {
+    openPanel();
+    giveKeyboardTo("micPicker");
+    press(Qt::Key_Backtab);
+    ASSERT_TRUE(ringIsVisible("recordButton"));
+    press(Qt::Key_Space);
+    ASSERT_TRUE(m_state->isStarting);
+    EXPECT_TRUE(ringIsVisible("recordButton"));
+    show();
+    ASSERT_TRUE(m_state->isRecording);
+    EXPECT_EQ(keyboardIsAt(), "recordButton");
+    EXPECT_TRUE(ringIsVisible("recordButton"));
+    press(Qt::Key_Space);
+    EXPECT_FALSE(m_state->isRecording);
+}
+
+TEST_F(Keyboard, TheRingOfADisabledButtonGoesWhenTheKeyboardGoesElsewhere) {
+    openPanel();
+    giveKeyboardTo("micPicker");
+    press(Qt::Key_Backtab);
+    ASSERT_TRUE(ringIsVisible("recordButton"));
+    press(Qt::Key_Space);
+    click("transcriptSwitch");
+    EXPECT_FALSE(ringIsVisible("recordButton"));
+    show();
+    ASSERT_TRUE(m_state->isRecording);
+    EXPECT_EQ(keyboardIsAt(), "transcriptSwitch");
+    EXPECT_FALSE(ringIsVisible("recordButton"));
+}
+
+TEST_F(Keyboard, NoRingComesWithAStartByMouse) {
+    openPanel();
+    click("recordButton");
+    EXPECT_FALSE(ringIsVisible("recordButton"));
+    show();
+    ASSERT_TRUE(m_state->isRecording);
+    EXPECT_EQ(keyboardIsAt(), "recordButton");
+    EXPECT_FALSE(ringIsVisible("recordButton"));
+}
+
 TEST_F(Keyboard, TheRingComesWithTabAndNotWithTheMouse) {
     openPanel();
     click("micPicker");

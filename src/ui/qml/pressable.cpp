@@ -15,6 +15,10 @@ Pressable::Pressable(QQuickItem* parent) : QQuickItem(parent) {
     setActiveFocusOnTab(true);
     setAcceptedMouseButtons(Qt::LeftButton);
     setAcceptHoverEvents(true);
+    connect(this, &QQuickItem::focusChanged, this, [this](bool hasFocus) {
+        if (!hasFocus) m_focusIsByKeyboard = false;
+        showFocus();
+    });
 }
 
 // --- keyboard
@@ -35,12 +39,14 @@ void Pressable::keyReleaseEvent(QKeyEvent* event) {
 
 void Pressable::focusInEvent(QFocusEvent* event) {
     QQuickItem::focusInEvent(event);
-    setVisualFocus(isByKeyboard(event->reason()));
+    if (isByKeyboard(event->reason())) m_focusIsByKeyboard = true;
+    if (event->reason() == Qt::MouseFocusReason) m_focusIsByKeyboard = false;
+    showFocus();
 }
 
 void Pressable::focusOutEvent(QFocusEvent* event) {
     QQuickItem::focusOutEvent(event);
-    setVisualFocus(false);
+    showFocus();
     setDown(false);
 }
 
@@ -80,7 +86,10 @@ void Pressable::hoverLeaveEvent(QHoverEvent* event) {
 
 void Pressable::itemChange(ItemChange change, const ItemChangeData& value) {
     if (change == ItemVisibleHasChanged && !value.boolValue) setHovered(false);
-    if (change == ItemEnabledHasChanged && !value.boolValue) setDown(false);
+    if (change == ItemEnabledHasChanged) {
+        if (!value.boolValue) setDown(false);
+        showFocus();
+    }
     QQuickItem::itemChange(change, value);
 }
 
@@ -98,6 +107,8 @@ void Pressable::setHovered(bool hovered) {
     if (std::exchange(m_hovered, hovered) != hovered) Q_EMIT hoveredChanged();
 }
 
-void Pressable::setVisualFocus(bool visualFocus) {
+void Pressable::showFocus() {
+    const bool isKept = m_visualFocus && !isEnabled();
+    const bool visualFocus = m_focusIsByKeyboard && (hasActiveFocus() || isKept);
     if (std::exchange(m_visualFocus, visualFocus) != visualFocus) Q_EMIT visualFocusChanged();
 }
