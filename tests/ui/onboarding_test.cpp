@@ -164,6 +164,39 @@ TEST_F(Onboarding, DoneFinishes) {
     EXPECT_THAT(calls(), ElementsAre("store onboarded=true", "tray only"));
 }
 
+TEST_F(Onboarding, ReturnPressesDone) {
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+        m_authorization.current = MicStatus::authorized;
+        m_model->reread();
+        openOnboarding();
+        m_journal.clear();
+        press(key);
+        EXPECT_THAT(calls(), ElementsAre("store onboarded=true", "policy accessory"));
+    }
+}
+
+TEST_F(Onboarding, ReturnPressesTheButtonThatHasTheFocusInsteadOfDone) {
+    m_authorization.current = MicStatus::authorized;
+    m_model->reread();
+    openOnboarding();
+    m_journal.clear();
+    giveKeyboardTo("grantSystemAudio");
+    press(Qt::Key_Return);
+    EXPECT_EQ(detail("systemRow"), "Checking…");
+    EXPECT_THAT(calls(), testing::Not(testing::Contains("store onboarded=true")));
+}
+
+TEST_F(Onboarding, ReturnDoesNothingWhileDoneIsDisabledOrAsLongAsItIsHeld) {
+    openOnboarding();
+    m_journal.clear();
+    press(Qt::Key_Return);
+    EXPECT_THAT(calls(), testing::IsEmpty());
+    answerMic(MicStatus::authorized);
+    QKeyEvent held(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, QString(), true);
+    QCoreApplication::sendEvent(m_window, &held);
+    EXPECT_THAT(calls(), testing::IsEmpty());
+}
+
 // --- the window
 
 TEST_F(Onboarding, HasATitleACloseButtonAndOneSize) {

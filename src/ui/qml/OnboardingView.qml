@@ -18,6 +18,14 @@ FocusScope {
     implicitHeight: Theme.scaled(300)
     LayoutMirroring.enabled: Application.layoutDirection === Qt.RightToLeft
     LayoutMirroring.childrenInherit: true
+    // A button that has the focus takes the key first.
+    Keys.onReturnPressed: event => pressDefaultButton(event)
+    Keys.onEnterPressed: event => pressDefaultButton(event)
+
+    function pressDefaultButton(event) {
+        if (done.enabled && !event.isAutoRepeat)
+            done.clicked()
+    }
 
     ColumnLayout {
         anchors.fill: parent
