@@ -57,8 +57,10 @@ void Face::connectTray(AppState& state) {
     on(&TrayIcon::quitChosen, [this] { m_model->quit(); });
     on(&TrayIcon::hostChanged, [this] {
         if (m_tray->host() != TrayIcon::Host::none) return m_panel->closeUnusedOrdinaryWindow();
-        openPanel(); // else nobody could reach us
-        m_windowing.raiseOnboardingWindow();
+        // Nobody could reach us without the panel; but it would take the keyboard from the first-run window.
+        m_windowing.afterOnboarding([this] {
+            if (m_tray && m_tray->host() == TrayIcon::Host::none) openPanel();
+        });
     });
     const auto showStatus = [this, &state] { m_tray->show(statusOf(state)); };
     QObject::connect(m_model.get(), &AppStateModel::changed, &m_context, showStatus);

@@ -52,8 +52,8 @@ std::unique_ptr<OnboardingWindow> QuickWindowing::makeOnboardingWindow(AppState&
     return std::make_unique<QuickOnboardingWindow>(model, m_onboardingWindow);
 }
 
-void QuickWindowing::raiseOnboardingWindow() {
-    if (!m_onboardingWindow || !m_onboardingWindow->isVisible()) return;
-    m_onboardingWindow->raise();
-    m_onboardingWindow->requestActivate();
+void QuickWindowing::afterOnboarding(std::function<void()> action) {
+    if (!m_onboardingWindow || !m_onboardingWindow->isVisible()) return action();
+    const auto type = static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection);
+    QObject::connect(m_onboardingWindow, &QWindow::visibleChanged, &m_context, std::move(action), type);
 }

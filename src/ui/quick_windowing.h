@@ -2,6 +2,7 @@
 
 #include "app/windowing.h"
 
+#include <QObject>
 #include <QPointer>
 #include <QQuickWindow>
 #include <functional>
@@ -20,11 +21,13 @@ class QuickWindowing final : public Windowing {
     void activate() override;
     std::unique_ptr<OnboardingWindow> makeOnboardingWindow(AppState& state) override;
 
-    /// In front of the panel, when it is open.
-    void raiseOnboardingWindow();
+    /// Runs `action` once no onboarding window is on the screen: at once, or in a turn of the event loop
+    /// after it has closed. Never after this windowing is gone.
+    void afterOnboarding(std::function<void()> action);
 
   private:
     Views& m_views;
     const std::function<AppStateModel&(AppState&)> m_modelOf;
     QPointer<QQuickWindow> m_onboardingWindow; // the latest
+    QObject m_context;                         // ends the connections
 };

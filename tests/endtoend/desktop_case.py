@@ -51,7 +51,7 @@ class DesktopTest(TestCase):
         program = self.launch()
         self.desktop.press("push button", "Grant", FIRST_RUN)
         program.send_signal(signal.SIGTERM)
-        wait_for(lambda: not screen.windows(PANEL), "the end of the panel")
+        wait_for(lambda: not screen.windows(FIRST_RUN), "the end of the first-run window")
         self.assertIsNone(program.poll(), "the process does not end with its windows")
         self.settings("onboarded=true")
         return program

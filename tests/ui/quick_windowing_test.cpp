@@ -67,19 +67,40 @@ TEST_F(QuickWindowingTest, ShownAgainItKnowsWhatHasBeenGrantedMeanwhile) {
     EXPECT_TRUE(m_model->micGranted());
 }
 
-TEST_F(QuickWindowingTest, ItComesInFrontOfThePanelAsLongAsItIsOpen) {
-    m_windows.raiseOnboardingWindow(); // there is none yet
+TEST_F(QuickWindowingTest, WithoutAWindowOnTheScreenNothingWaitsForOne) {
+    int calls = 0;
+    m_windows.afterOnboarding([&] { ++calls; });
+    EXPECT_EQ(calls, 1) << "none has been made";
+    const auto window = make();
+    m_windows.afterOnboarding([&] { ++calls; });
+    EXPECT_EQ(calls, 2) << "it has not been shown";
+}
+
+TEST_F(QuickWindowingTest, WhatWaitsForTheWindowRunsOnceItHasBeenClosed) {
     const auto window = make();
     window->showInFront();
-    QWindow panel;
-    panel.show();
-    panel.requestActivate();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&panel));
-    m_windows.raiseOnboardingWindow();
-    EXPECT_TRUE(QTest::qWaitForWindowActive(windows()[0]));
+    int calls = 0;
+    m_windows.afterOnboarding([&] { ++calls; });
+    runEventLoop();
+    EXPECT_EQ(calls, 0);
     windows()[0]->close();
-    m_windows.raiseOnboardingWindow();
-    EXPECT_FALSE(windows()[0]->isVisible());
+    runEventLoop();
+    EXPECT_EQ(calls, 1);
+    window->showInFront();
+    windows()[0]->close();
+    runEventLoop();
+    EXPECT_EQ(calls, 1) << "once";
+}
+
+TEST_F(QuickWindowingTest, WhatWaitsForTheWindowRunsAfterTheOperationThatEndsIt) {
+    auto window = make();
+    window->showInFront();
+    int calls = 0;
+    m_windows.afterOnboarding([&] { ++calls; });
+    window.reset();
+    EXPECT_EQ(calls, 0);
+    runEventLoop();
+    EXPECT_EQ(calls, 1);
 }
 
 TEST_F(QuickWindowingTest, DestroyedTheWindowIsOutOfSightAtOnceAndGoneInTheNextTurn) {
