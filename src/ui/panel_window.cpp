@@ -1,11 +1,14 @@
 #include "ui/panel_window.h"
 
+#include "ui/compositing.h"
+
 #include <QEvent>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QPainterPath>
 #include <QRegion>
 #include <QScreen>
+#include <QSurfaceFormat>
 #include <chrono>
 #include <utility>
 
@@ -31,11 +34,6 @@ class Window final : public QQuickWindow {
         close();
     }
 };
-
-/// X11 may have nobody who blends windows: there the corners are cut off instead of transparent.
-bool canBeTransparent() {
-    return QGuiApplication::platformName() != QLatin1String("xcb");
-}
 
 QRegion roundedRegion(const QSize& size, qreal cornerRadius) {
     QPainterPath path;
@@ -79,10 +77,13 @@ PanelWindow::~PanelWindow() {
     if (m_content) m_content->setParentItem(nullptr); // not the window's to destroy
 }
 
-/// It shows at the corners.
+/// The colour shows at the corners. Whatever it is, the desktop's window has an alpha channel: Qt goes on
+/// drawing into the same kind of image when that window is made anew.
 void PanelWindow::colourWindow() {
-    m_window->setColor(canBeTransparent() ? Qt::transparent
-                                          : m_background->property("color").value<QColor>());
+    m_window->setColor(m_isTransparent ? Qt::transparent : m_background->property("color").value<QColor>());
+    QSurfaceFormat format = m_window->requestedFormat();
+    format.setAlphaBufferSize(8);
+    m_window->setFormat(format);
 }
 
 // --- opening and closing
@@ -111,12 +112,18 @@ void PanelWindow::openAsOrdinaryWindow() {
 void PanelWindow::show() {
     m_isUsed = false;
     m_closedByFocusLoss.reset();
+    chooseTransparency();
     m_background->setProperty("framed", m_anchor.has_value());
     if (m_content) polish(*m_content);
     fit();
     m_window->show();
     m_window->raise();
     m_window->requestActivate();
+}
+
+void PanelWindow::chooseTransparency() {
+    m_isTransparent = isComposited();
+    colourWindow();
 }
 
 void PanelWindow::close() {
@@ -160,8 +167,8 @@ void PanelWindow::fit() {
     m_window->setMinimumSize(size);
     m_window->setMaximumSize(size);
     m_window->resize(size);
-    if (!canBeTransparent())
-        m_window->setMask(roundedRegion(size, m_background->property("radius").toReal()));
+    const qreal cornerRadius = m_background->property("radius").toReal();
+    m_window->setMask(m_isTransparent ? QRegion() : roundedRegion(size, cornerRadius));
     if (!m_anchor) return;
     const QPoint position = panelPosition(*m_anchor, allScreens(), size);
     if (QScreen* const screen = QGuiApplication::screenAt(position)) m_window->setScreen(screen);

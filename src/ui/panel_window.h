@@ -14,6 +14,8 @@
 /// closes when the keyboard goes elsewhere (so does a click outside), by Escape and by a second click on the
 /// icon. Where there is no tray it is an ordinary window.
 ///
+/// Its corners are round: transparent where windows are blended, else cut off.
+///
 /// Its size is the content's implicit one, always. Under Wayland the compositor decides where it is: only its
 /// fixed size tells that it is not to be tiled.
 ///
@@ -49,12 +51,14 @@ class PanelWindow final : public QObject {
 
   private:
     void show();
+    void chooseTransparency();
     void fit();
     void lostKeyboard();
 
     const TimedQueue& m_clock;
     const std::unique_ptr<QQuickWindow> m_window;
     const std::unique_ptr<QQuickItem> m_background;
+    bool m_isTransparent = true; // else the corners are cut off
     const QPointer<QQuickItem> m_content;
     std::optional<PanelAnchor> m_anchor;                 // nothing: an ordinary window
     bool m_isUsed = false;                               // since it was opened

@@ -76,6 +76,21 @@ class Screen:
                 pass
         return found
 
+    def pixel_of(self, title, x, y):
+        """As the window has drawn it, before it is blended: (red, green, blue, alpha)."""
+        for number in self.root.get_full_property(self.display.intern_atom("_NET_CLIENT_LIST"), Xatom.WINDOW).value:
+            window = self.display.create_resource_object("window", number)
+            if window.get_wm_name() == title:
+                blue, green, red, alpha = window.get_image(x, y, 1, 1, X.ZPixmap, 0xFFFFFFFF).data
+                return red, green, blue, alpha
+        raise AssertionError(f"there is no window “{title}”")
+
+    def claim_blending(self):
+        """As a compositing manager does, which puts together what windows have drawn. Ends with the connection."""
+        window = self.root.create_window(-1, -1, 1, 1, 0, X.CopyFromParent)
+        window.set_selection_owner(self.display.intern_atom("_NET_WM_CM_S0"), X.CurrentTime)
+        self.display.sync()
+
     def menus(self):
         """Where there are menus: windows that are not the window manager's to move."""
         found = []

@@ -72,6 +72,9 @@ class TrayTests:
     def panel_is_open(self):
         return bool(self.screen.windows(PANEL))
 
+    def panel_is_drawn(self):
+        return self.screen.pixel_of(PANEL, 160, 5)[0] > 200
+
     def click_icon(self, button=1):
         time.sleep(0.5)  # else it would be a double click, or the click that has just taken the keyboard from the panel
         click(self.spot.centre, button)
@@ -185,6 +188,30 @@ class StatusNotifierTray(TrayTests, DesktopTest):
         self.wait_for_status("Not recording")
         program.send_signal(signal.SIGTERM)
         self.assertEqual(program.wait(timeout=LIMIT), 0)
+
+    def test_the_panels_corners_are_transparent_as_long_as_somebody_blends_windows(self):
+        def corner():
+            panel, = self.screen.windows(PANEL)
+            return self.screen.colours(Area(panel.left, panel.top, panel.left + 1, panel.top + 1))
+
+        background = self.screen.colours(Area(600, 600, 601, 601))
+        for close in (self.click_icon, lambda: subprocess.run(["xdotool", "key", "Escape"], check=True)):
+            self.open_panel()
+            wait_for(self.panel_is_drawn, "the drawing of the panel")
+            wait_for(lambda: corner() == background, "the cutting off of the corner")
+            close()
+            self.wait_for_closed_panel()
+
+            manager = Screen()
+            manager.claim_blending()
+            self.open_panel()
+            wait_for(self.panel_is_drawn, "the drawing of the panel")
+            alphas = [self.screen.pixel_of(PANEL, x, 0)[3] for x in range(12)]
+            self.assertEqual(alphas[0], 0)
+            self.assertTrue(any(0 < alpha < 255 for alpha in alphas), "the corner is smooth")
+            close()
+            self.wait_for_closed_panel()
+            manager.close()
 
     def tray_is_ready(self):
         return session_bus.has_owner(WATCHER) and session_bus.get_property(WATCHER, "/StatusNotifierWatcher", WATCHER,
