@@ -49,7 +49,6 @@ FocusScope {
                 Layout.fillWidth: true
                 text: qsTr("The app captures your computer's audio and your microphone. That needs two one-time permissions.")
                 font.pixelSize: Theme.body
-                lineHeight: 1.1
                 color: Theme.secondary
                 wrapMode: Text.Wrap
                 horizontalAlignment: Text.AlignLeft

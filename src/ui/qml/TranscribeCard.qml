@@ -21,7 +21,6 @@ Card {
             Layout.fillWidth: true
             text: qsTr("Quick on-device transcript with speaker labels. For higher quality, open the audio in any transcription app.")
             font.pixelSize: Theme.caption
-            lineHeight: 1.12
             color: Theme.secondary
             wrapMode: Text.Wrap
             horizontalAlignment: Text.AlignLeft
