@@ -94,4 +94,22 @@ TEST_F(Fonts, LinesOfTheFirstRunWindowAreAsHighAsTheirFont) {
     expectLinesOfTheFontsHeight();
 }
 
+// --- sizes and edges
+
+using Places = Layout;
+
+TEST_F(Places, TheSpinnerIsAsLargeAsTheCheckThatTakesItsPlace) {
+    openFullPanel();
+    const QRectF check = place("savedSymbol");
+    const double text = place("lastRecordingText").left();
+    const QRect drawnCheck = drawnIn("savedSymbol");
+    m_state->isTranscribing = true;
+    runEventLoop();
+    EXPECT_EQ(place("transcribingSpinner"), check);
+    EXPECT_EQ(place("lastRecordingText").left(), text);
+    const QRect drawnSpinner = drawnIn("transcribingSpinner");
+    EXPECT_LE((drawnSpinner.topLeft() - drawnCheck.topLeft()).manhattanLength(), 1);
+    EXPECT_LE((drawnSpinner.bottomRight() - drawnCheck.bottomRight()).manhattanLength(), 1);
+}
+
 } // namespace

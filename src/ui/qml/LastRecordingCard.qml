@@ -19,7 +19,6 @@ Card {
             objectName: "savedSymbol"
             visible: !root.app.isTranscribing
             name: "checkmark-circle-fill"
-            size: Theme.scaled(15)
             tint: Theme.green
         }
         Label {
