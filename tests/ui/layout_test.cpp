@@ -98,6 +98,22 @@ TEST_F(Fonts, LinesOfTheFirstRunWindowAreAsHighAsTheirFont) {
 
 using Places = Layout;
 
+TEST_F(Places, WhatStandsAtTheEndOfACardOrOfTheFooterEndsInOneLine) {
+    for (const Qt::LayoutDirection direction : {Qt::LeftToRight, Qt::RightToLeft}) {
+        QGuiApplication::setLayoutDirection(direction);
+        openFullPanel();
+        const auto end = [&](const QRectF& place) {
+            return direction == Qt::LeftToRight ? place.right() : 320 - place.left();
+        };
+        EXPECT_EQ(end(place("micPicker")), 298);
+        EXPECT_EQ(end(place("micMeter")), 298);
+        EXPECT_EQ(end(place(*item("transcriptSwitch").findChild<QQuickItem*>("switchTrack"))), 298);
+        EXPECT_EQ(end(placeOfTextIn("finderButton")), 298);
+        EXPECT_EQ(end(placeOfTextIn("quitButton")), 298);
+        closePanel();
+    }
+}
+
 TEST_F(Places, TheSpinnerIsAsLargeAsTheCheckThatTakesItsPlace) {
     openFullPanel();
     const QRectF check = place("savedSymbol");

@@ -38,6 +38,7 @@ Card {
         }
         LinkButton {
             objectName: "folderButton"
+            Layout.rightMargin: -horizontalPadding // its text ends where picker and switch end
             text: qsTr("Folder")
             onClicked: root.app.revealLastRecording()
         }

@@ -93,7 +93,8 @@ FocusScope {
             Item { Layout.fillWidth: true }
             LinkButton {
                 objectName: "quitButton"
-                Layout.rightMargin: 2 - horizontalPadding
+                Layout.rightMargin: 2
+                horizontalPadding: 8 // its text ends where what stands in the cards ends
                 text: qsTr("Quit")
                 color: Theme.tertiary
                 onClicked: root.app.quit()

@@ -35,6 +35,7 @@ Pressable {
     }
     Rectangle {
         id: track
+        objectName: "switchTrack"
         x: root.mirrored ? 0 : root.width - width
         y: (root.height - height) / 2
         width: Theme.scaled(28)
