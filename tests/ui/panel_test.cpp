@@ -266,6 +266,30 @@ TEST_F(Panel, ThePickerFollowsTheState) {
     EXPECT_EQ(item("micPicker").property("displayText").toString(), "");
 }
 
+TEST_F(Panel, WithoutMicrophonesThePickerSaysSoAndOpensNothing) {
+    m_devices.mics = {};
+    openPanel();
+    EXPECT_EQ(item("micPicker").property("displayText").toString(), "No microphone");
+    EXPECT_FALSE(isEnabled("micPicker"));
+    click("micPicker");
+    QMetaObject::invokeMethod(&item("micPicker"), "open"); // as a screen reader might
+    EXPECT_TRUE(item("micPicker").property("popup").isNull());
+    closePanel();
+    m_devices.mics = {{"new", "New Mic"}};
+    openPanel();
+    EXPECT_EQ(item("micPicker").property("displayText").toString(), "New Mic");
+    EXPECT_TRUE(isEnabled("micPicker"));
+}
+
+TEST_F(Panel, AnOpenListClosesWithTheLastMicrophone) {
+    openPanel();
+    click("micPicker");
+    ASSERT_TRUE(QTest::qWaitFor([this] { return popupIsOpen(); }));
+    m_state->mics = {};
+    runEventLoop();
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !popupIsOpen(); }));
+}
+
 TEST_F(Panel, AnOpenListClosesWhenARecordingStarts) {
     openPanel();
     click("micPicker");

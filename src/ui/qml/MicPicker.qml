@@ -1,8 +1,8 @@
 import QtQuick
 import Murmelo.Ui
 
-// Chooses one of the offered microphones. It shows nothing when the selected one is not among them. The list of them
-// is made when it opens for the first time.
+// Chooses one of the offered microphones. It shows nothing when the selected one is not among them, and cannot be used
+// when there are none. The list is made when it opens for the first time.
 Pressable {
     id: root
 
@@ -11,7 +11,7 @@ Pressable {
     readonly property var mics: app.mics
     readonly property int count: mics.length
     readonly property int currentIndex: indexOfSelected()
-    readonly property string displayText: nameAt(currentIndex)
+    readonly property string displayText: count > 0 ? nameAt(currentIndex) : qsTr("No microphone")
     readonly property int rowHeight: Math.max(24, metrics.height + 8)
     readonly property bool mirrored: LayoutMirroring.enabled
     readonly property var popup: list.item
@@ -26,6 +26,8 @@ Pressable {
         return -1
     }
     function open() {
+        if (count === 0)
+            return
         highlightedIndex = indexOfSelected()
         if (popup === null)
             list.setSource("MicList.qml", { picker: root, parent: root })
@@ -65,6 +67,7 @@ Pressable {
     }
 
     objectName: "micPicker"
+    enabled: count > 0
     implicitWidth: label.implicitWidth
     implicitHeight: rowHeight
     Accessible.role: Accessible.ComboBox
@@ -129,7 +132,7 @@ Pressable {
         text: root.displayText
         textFormat: Text.PlainText
         font.pixelSize: Theme.body
-        color: root.enabled ? Theme.primary : Theme.tertiary
+        color: root.count === 0 ? Theme.secondary : root.enabled ? Theme.primary : Theme.tertiary
         elide: Text.ElideRight
         horizontalAlignment: Text.AlignLeft
         verticalAlignment: Text.AlignVCenter
@@ -138,6 +141,7 @@ Pressable {
         x: root.mirrored ? 6 : root.width - width - 6
         y: (root.height - height) / 2
         size: Theme.scaled(14)
+        visible: root.count > 0
         name: "chevron-up-down"
         tint: root.enabled ? Theme.secondary : Theme.tertiary
     }
