@@ -127,6 +127,71 @@ TEST_F(ThemeTest, WhatIsNoTextCanBeSeen) {
     }
 }
 
+TEST_F(ThemeTest, SwitchPickerAndMetersCanBeSeenInEveryState) {
+    for (const bool dark : {false, true})
+        for (const bool highContrast : {false, true}) {
+            theme().setProperty("dark", dark);
+            theme().setProperty("highContrast", highContrast);
+            const QColor card = on(colour("window"), colour("quaternary"), number("cardOpacity"));
+            const QColor track = on(card, colour("quaternary"));
+            const QColor off = colour("switchOff");
+            const QColor knob = Qt::white;
+            const QColor accent = colour("accent");
+            const std::vector<std::tuple<const char*, QColor, QColor>> pairs = {
+                {"the picker's outline", card, colour("controlOutline")},
+                {"the ends of a meter", card, colour("controlOutline")},
+                {"the microphone's level beside what is empty", track, colour("green")},
+                {"the microphone's full meter", card, colour("green")},
+                {"the system's level beside what is empty", track, colour("blue")},
+                {"the system's full meter", card, colour("blue")},
+                {"a switch that is off", card, off},
+                {"a switch that is off, under the mouse", card, changed("hovered", off)},
+                {"a switch that is off, pressed", card, changed("pressed", off)},
+                {"its knob", off, knob},
+                {"its knob under the mouse", changed("hovered", off), knob},
+                {"its knob, pressed", changed("pressed", off), knob},
+                {"a switch that is on", card, number("switchBorder") > 0 ? colour("controlOutline") : accent},
+                {"the knob of a switch that is on", accent, knob},
+            };
+            for (const auto& [what, below, above] : pairs)
+                EXPECT_GE(contrast(below, on(below, above)), 3)
+                    << what << (dark ? ", dark" : ", light") << (highContrast ? ", high contrast" : "");
+        }
+}
+
+/// As it is drawn, whatever colours the theme has for it.
+TEST_F(ThemeTest, EveryControlStandsOutFromItsCard) {
+    m_state->micLevel = 0;
+    m_state->outputLevel = 1;
+    openPanel();
+    for (const bool dark : {false, true})
+        for (const bool on : {false, true}) {
+            theme().setProperty("dark", dark);
+            m_window->setColor(colour("window"));
+            m_state->transcribeEnabled = on;
+            runEventLoop();
+            const QImage image = m_window->grabWindow();
+            const QColor card = image.pixelColor(item("inputCard").mapToScene({10, 4}).toPoint());
+            /// Of the end of an item, which is round: a little inside, halfway up.
+            const auto contrastAtEnd = [&](const QQuickItem& each, bool atRight) {
+                const QRect place = each.mapRectToScene(QRectF(QPointF(), each.size())).toRect();
+                double best = 0;
+                for (const int inside : {0, 1}) {
+                    const int x = atRight ? place.right() - inside : place.left() + inside;
+                    best = std::max(best, contrast(card, image.pixelColor(x, place.center().y())));
+                }
+                return best;
+            };
+            for (const bool atRight : {false, true}) {
+                const QQuickItem& track = *item("transcriptSwitch").findChild<QQuickItem*>("switchTrack");
+                EXPECT_GE(contrastAtEnd(track, atRight), 3) << "switch " << dark << on << atRight;
+                EXPECT_GE(contrastAtEnd(item("micPicker"), atRight), 3) << "picker " << dark << atRight;
+                EXPECT_GE(contrastAtEnd(item("micMeter"), atRight), 3) << "empty meter " << dark << atRight;
+                EXPECT_GE(contrastAtEnd(item("outputMeter"), atRight), 3) << "full meter " << dark << atRight;
+            }
+        }
+}
+
 TEST_F(ThemeTest, LightIsLightAndDarkIsDark) {
     EXPECT_GT(luminance(colour("window")), 0.8);
     theme().setProperty("dark", true);

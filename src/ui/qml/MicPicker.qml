@@ -120,7 +120,7 @@ Pressable {
         radius: 6
         opacity: root.enabled ? 1 : 0.5
         border.width: 1
-        border.color: Theme.controlBorder
+        border.color: Theme.controlOutline
         color: root.down || root.isOpen ? Theme.controlDown : Theme.control
         FocusRing { visible: root.visualFocus }
     }

@@ -42,6 +42,8 @@ Pressable {
         height: Theme.scaled(16)
         radius: height / 2
         color: root.checked ? Theme.accent : Theme.switchOff
+        border.width: Theme.switchBorder
+        border.color: Theme.controlOutline
         Rectangle {
             readonly property real inset: 1.5
 

@@ -3,7 +3,8 @@ import QtQuick
 import Murmelo.Ui
 
 // The only place that knows colours and sizes. Each text that is not disabled has a contrast of 4.5:1 at least
-// to what it stands on, in every state of its control; where the user wants high contrast, of 7:1.
+// to what it stands on, in every state of its control; where the user wants high contrast, of 7:1. What shows a control
+// or its state without a text has 3:1 (WCAG 2, 1.4.11).
 QtObject {
     // What the user wants; set from outside.
     property bool dark: false
@@ -31,7 +32,9 @@ QtObject {
     readonly property color controlDown: dark ? "#424245" : "#e6e6e6"
     readonly property color controlBorder: highContrast ? outline : dark ? "#14ffffff" : "#26000000"
     readonly property color menu: dark ? "#333336" : "#ffffff"
-    readonly property color switchOff: dark ? "#47ffffff" : "#33000000"
+    readonly property color controlOutline: dark ? "#929296" : "#7a7a7e" // opaque: the list's covers what is below it
+    readonly property color switchOff: controlOutline
+    readonly property int switchBorder: dark ? 1 : 0 // the accent alone is too dark there
 
     readonly property color accentText: "#ffffff" // on red too
     readonly property color accent: ContrastGuard.ensure(desktopAccent, accentText, textContrast)
@@ -39,8 +42,8 @@ QtObject {
     readonly property color focus: ContrastGuard.ensure(desktopAccent, card, 3)
     readonly property color red: ContrastGuard.ensure("#c2261d", accentText, textContrast)
     readonly property real elapsedOpacity: highContrast ? 1 : 0.85
-    readonly property color green: dark ? "#32d74b" : "#28b446"
-    readonly property color blue: dark ? "#4a9eff" : "#1a7ff0"
+    readonly property color green: dark ? "#32d74b" : "#1a8035"
+    readonly property color blue: dark ? "#4a9eff" : "#1769d2"
 
     function hovered(tint: color) : color { return Qt.darker(tint, 1.06) }
     function pressed(tint: color) : color { return Qt.darker(tint, 1.18) }
