@@ -2,8 +2,10 @@
 #include "ui/ui_fixture.h"
 
 #include <QFont>
+#include <QImage>
 #include <QProcess>
 #include <QtQml/qqml.h>
+#include <algorithm>
 #include <fstream>
 
 namespace {
@@ -214,6 +216,43 @@ TEST_F(Panel, TheMouseShowsWhatItIsAbove) {
     runEventLoop();
     EXPECT_FALSE(item("quitButton").property("hovered").toBool());
     EXPECT_TRUE(item("permissionsButton").property("hovered").toBool());
+}
+
+/// Each state of a control has a colour of its own, where neither text nor knob is.
+TEST_F(Panel, PickerAndSwitchShowThatTheyArePointedAtPressedAndDisabled) {
+    openPanel();
+    const auto looks = [this](const char* name, const QPoint& spot) {
+        const QPoint away(2, 2);
+        const QPoint pixel = item(name).mapToScene(spot).toPoint();
+        const auto look = [&] {
+            runEventLoop();
+            return m_window->grabWindow().pixelColor(pixel).rgb();
+        };
+        QTest::mouseMove(m_window, away);
+        std::vector<QRgb> found{look()};
+        QTest::mouseMove(m_window, centreOf(name));
+        found.push_back(look());
+        QTest::mousePress(m_window, Qt::LeftButton, {}, centreOf(name));
+        found.push_back(look());
+        QTest::mouseMove(m_window, away);
+        QTest::mouseRelease(m_window, Qt::LeftButton, {}, away);
+        QTest::mouseMove(m_window, away + QPoint(1, 0));
+        EXPECT_EQ(look(), found[0]) << name;
+        item(name).setEnabled(false);
+        found.push_back(look());
+        item(name).setEnabled(true);
+        return found;
+    };
+    const auto areDistinct = [](std::vector<QRgb> found) {
+        std::sort(found.begin(), found.end());
+        return std::adjacent_find(found.begin(), found.end()) == found.end();
+    };
+    const QPoint besideTheKnob(static_cast<int>(item("transcriptSwitch").width()) - 6, 9);
+    for (const bool dark : {false, true}) {
+        theme().setProperty("dark", dark);
+        EXPECT_TRUE(areDistinct(looks("micPicker", {200, 4}))) << dark;
+        EXPECT_TRUE(areDistinct(looks("transcriptSwitch", besideTheKnob))) << dark;
+    }
 }
 
 // --- the microphone

@@ -14,7 +14,7 @@ Card {
         property alias name: icon.name
         Layout.preferredWidth: Theme.iconFrame
         Layout.preferredHeight: Theme.iconFrame
-        opacity: enabled ? 1 : 0.5
+        opacity: enabled ? 1 : Theme.disabledOpacity
         Symbol {
             id: icon
             anchors.centerIn: parent

@@ -116,13 +116,17 @@ Pressable {
         font: label.font
     }
     Rectangle {
+        id: background
         anchors.fill: parent
         radius: 6
-        opacity: root.enabled ? 1 : 0.5
+        opacity: root.enabled ? 1 : Theme.disabledOpacity
         border.width: 1
         border.color: Theme.controlOutline
-        color: root.down || root.isOpen ? Theme.controlDown : Theme.control
-        FocusRing { visible: root.visualFocus }
+        color: root.down || root.isOpen ? Theme.controlDown : root.hovered ? Theme.controlHovered : Theme.control
+    }
+    FocusRing {
+        visible: root.visualFocus
+        controlRadius: background.radius
     }
     Text {
         id: label

@@ -10,6 +10,7 @@ Pressable {
     property bool checked: false
     readonly property bool mirrored: LayoutMirroring.enabled
     readonly property int gap: 8
+    readonly property color trackColor: checked ? Theme.accent : Theme.switchOff
 
     implicitWidth: label.implicitWidth
     implicitHeight: Math.max(18, track.height, label.implicitHeight)
@@ -27,7 +28,7 @@ Pressable {
         text: root.text
         font.pixelSize: Theme.body
         font.weight: Font.Medium
-        color: Theme.primary
+        color: root.enabled ? Theme.primary : Theme.tertiary
         leftPadding: root.mirrored ? track.width + root.gap : 0
         rightPadding: root.mirrored ? 0 : track.width + root.gap
         verticalAlignment: Text.AlignVCenter
@@ -41,7 +42,8 @@ Pressable {
         width: Theme.scaled(28)
         height: Theme.scaled(16)
         radius: height / 2
-        color: root.checked ? Theme.accent : Theme.switchOff
+        opacity: root.enabled ? 1 : Theme.disabledOpacity
+        color: root.down ? Theme.pressed(root.trackColor) : root.hovered ? Theme.hovered(root.trackColor) : root.trackColor
         border.width: Theme.switchBorder
         border.color: Theme.controlOutline
         Rectangle {
@@ -60,6 +62,10 @@ Pressable {
                 NumberAnimation { duration: 90 }
             }
         }
-        FocusRing { visible: root.visualFocus; controlRadius: parent.radius }
+    }
+    FocusRing {
+        anchors.fill: track
+        visible: root.visualFocus
+        controlRadius: track.radius
     }
 }

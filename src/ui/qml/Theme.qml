@@ -28,13 +28,14 @@ QtObject {
     readonly property color card: Qt.tint(window, Qt.alpha(quaternary, quaternary.a * cardOpacity))
 
     readonly property color control: dark ? "#4a4a4d" : "#ffffff"
-    readonly property color controlHovered: dark ? "#535356" : "#fbfbfb"
-    readonly property color controlDown: dark ? "#424245" : "#e6e6e6"
+    readonly property color controlHovered: dark ? "#565659" : "#f0f0f1"
+    readonly property color controlDown: dark ? "#3e3e41" : "#dededf"
     readonly property color controlBorder: highContrast ? outline : dark ? "#14ffffff" : "#26000000"
     readonly property color menu: dark ? "#333336" : "#ffffff"
     readonly property color controlOutline: dark ? "#929296" : "#7a7a7e" // opaque: the list's covers what is below it
     readonly property color switchOff: controlOutline
     readonly property int switchBorder: dark ? 1 : 0 // the accent alone is too dark there
+    readonly property real disabledOpacity: 0.5
 
     readonly property color accentText: "#ffffff" // on red too
     readonly property color accent: ContrastGuard.ensure(desktopAccent, accentText, textContrast)
@@ -45,7 +46,7 @@ QtObject {
     readonly property color green: dark ? "#32d74b" : "#1a8035"
     readonly property color blue: dark ? "#4a9eff" : "#1769d2"
 
-    function hovered(tint: color) : color { return Qt.darker(tint, 1.06) }
+    function hovered(tint: color) : color { return Qt.darker(tint, 1.1) }
     function pressed(tint: color) : color { return Qt.darker(tint, 1.18) }
 
     // Lengths in logical pixels. What holds text grows with it, the space between does not.
