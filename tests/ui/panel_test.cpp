@@ -372,6 +372,47 @@ TEST_F(Panel, AClickElsewhereClosesTheList) {
     EXPECT_EQ(m_state->selectedMicID.get(), "desk");
 }
 
+TEST_F(Panel, TheOpenListCoversWhatIsBelowItAlsoWithItsBorder) {
+    for (const bool dark : {false, true}) {
+        theme().setProperty("dark", dark);
+        openPanel();
+        click("micPicker");
+        ASSERT_TRUE(QTest::qWaitFor([this] { return popupIsOpen(); }));
+        const auto listWithMeters = [this](float level) {
+            m_state->micLevel = level;
+            m_state->outputLevel = level;
+            runEventLoop();
+            auto* const list = popup().property("background").value<QQuickItem*>();
+            QRect place = list->mapRectToScene(QRectF(QPointF(), list->size())).toRect();
+            const int corner = 8; // round: there one sees past it
+            EXPECT_TRUE(place.intersects(item("micMeter").mapRectToScene({0, 0, 252, 4}).toRect()));
+            return m_window->grabWindow().copy(place.adjusted(corner, 0, -corner, 0));
+        };
+        EXPECT_EQ(listWithMeters(0), listWithMeters(1)) << dark;
+        click("micPicker");
+    }
+}
+
+TEST_F(Panel, TheOpenListCastsAShadow) {
+    openPanel();
+    QTest::mouseMove(m_window, QPoint(2, 2));
+    runEventLoop();
+    const QImage before = m_window->grabWindow();
+    click("micPicker");
+    ASSERT_TRUE(QTest::qWaitFor([this] { return popupIsOpen(); }));
+    runEventLoop();
+    auto* const list = popup().property("background").value<QQuickItem*>();
+    const QRect place = list->mapRectToScene(QRectF(QPointF(), list->size())).toRect();
+    const QImage after = m_window->grabWindow();
+    const auto darkening = [&](const QPoint& at) { return qGray(before.pixel(at)) - qGray(after.pixel(at)); };
+    const QPoint below(place.left() + 30, place.bottom() + 1);
+    EXPECT_GT(darkening(below), darkening(below + QPoint(0, 3))) << "it fades";
+    EXPECT_GT(darkening(below + QPoint(0, 3)), 0);
+    EXPECT_EQ(darkening(below + QPoint(0, 12)), 0) << "and ends";
+    EXPECT_GT(darkening({place.left() - 1, place.center().y()}), 0);
+    EXPECT_GT(darkening({place.right() + 1, place.center().y()}), 0);
+}
+
 // --- the transcript's switch
 
 TEST_F(Panel, TheSwitchAndTheStateFollowEachOther) {

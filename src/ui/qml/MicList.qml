@@ -63,8 +63,10 @@ Popup {
         }
     }
 
+    // As wide as the picker's focus ring: its round corners then cover the ends of the meter below.
+    x: -3
     y: picker.height + 4
-    width: picker.width
+    width: picker.width + 6
     // No further than to the window's end; the rest scrolls.
     height: Math.min(contentItem.implicitHeight + 2 * padding,
                      picker.Window.height - picker.mapToItem(null, 0, y).y - 8)
@@ -83,9 +85,25 @@ Popup {
         delegate: root.delegate
     }
     background: Rectangle {
-        radius: 8
+        id: menu
+        radius: 6
         color: Theme.menu
         border.width: 1
-        border.color: Theme.border
+        border.color: Theme.controlOutline
+        // The software renderer has no blur: each layer is a little larger and makes what it covers a little darker.
+        Repeater {
+            model: 6
+            Rectangle {
+                required property int index
+
+                z: -1
+                anchors.fill: parent
+                anchors.margins: -index
+                anchors.topMargin: 2 - index
+                anchors.bottomMargin: -2 - index
+                radius: menu.radius + index
+                color: Theme.shadow
+            }
+        }
     }
 }

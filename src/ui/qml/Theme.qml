@@ -35,6 +35,7 @@ QtObject {
     readonly property color controlOutline: dark ? "#929296" : "#7a7a7e" // opaque: the list's covers what is below it
     readonly property color switchOff: controlOutline
     readonly property int switchBorder: dark ? 1 : 0 // the accent alone is too dark there
+    readonly property color shadow: dark ? "#1c000000" : "#0a000000" // of one layer
     readonly property real disabledOpacity: 0.5
 
     readonly property color accentText: "#ffffff" // on red too
