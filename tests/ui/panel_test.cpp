@@ -585,18 +585,6 @@ TEST_F(Panel, SpeaksInTheseWords) {
         EXPECT_THAT(texts, testing::Contains(expected));
 }
 
-TEST_F(Panel, HasTheSizesOfItsDrawing) {
-    openPanel();
-    const auto at = [this](const char* name) { return item(name).mapToScene({}); };
-    EXPECT_EQ(at("recordButton").x(), 12);
-    EXPECT_EQ(item("recordButton").width(), 296);
-    EXPECT_EQ(item("recordButton").height(), 32);
-    EXPECT_EQ(at("micRow").x(), 22); // 10 of padding inside the card
-    EXPECT_EQ(at("micPicker").x(), 46);
-    EXPECT_EQ(at("micMeter").y(), at("micPicker").y() + item("micPicker").height() + 4);
-    EXPECT_EQ(at("transcriptSwitch").x(), 22);
-}
-
 TEST_F(Panel, GoesWithItsModelWithoutAWord) {
     openPanel();
     const QPointer<QQuickItem> panel = m_panel;

@@ -57,7 +57,10 @@ FocusScope {
             objectName: "inputCard"
             app: root.app
         }
-        TranscribeCard { app: root.app }
+        TranscribeCard {
+            objectName: "transcribeCard"
+            app: root.app
+        }
         Loader {
             objectName: "lastRecordingCard"
             Layout.fillWidth: true
