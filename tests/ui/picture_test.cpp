@@ -2,13 +2,16 @@
 #include "ui/ui_fixture.h"
 
 #include <QDir>
+#include <QHash>
 #include <QImage>
 #include <QImageWriter>
 #include <QLibraryInfo>
+#include <QSet>
 #include <QVersionNumber>
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <utility>
 
 namespace {
 
@@ -94,23 +97,38 @@ class Pictures : public UiFixture, public testing::WithParamInterface<Look> {
     }
 
   private:
-    /// Few colours make a small file: each is rounded by half of what the comparison lets pass, at most.
+    /// Few colours make a small file. Those of areas stay as they are; those of edges, which are many, are
+    /// rounded by half of what the comparison lets pass, at most.
     static void write(const QImage& image, const QString& file) {
         constexpr int step = 8;
         const auto rounded = [](int value) { return std::min(255, (value + step / 2) / step * step); };
-        QImage coarse = image.convertToFormat(QImage::Format_RGB32);
+        QImage written = image.convertToFormat(QImage::Format_RGB32);
+        const QSet<QRgb> areas = mostFrequentColours(written);
         QList<QRgb> colours;
-        for (int y = 0; y < coarse.height(); ++y)
-            for (int x = 0; x < coarse.width(); ++x) {
-                const QRgb pixel = coarse.pixel(x, y);
-                const QRgb colour = qRgb(rounded(qRed(pixel)), rounded(qGreen(pixel)), rounded(qBlue(pixel)));
-                coarse.setPixel(x, y, colour);
+        for (int y = 0; y < written.height(); ++y)
+            for (int x = 0; x < written.width(); ++x) {
+                QRgb colour = written.pixel(x, y);
+                if (!areas.contains(colour))
+                    colour = qRgb(rounded(qRed(colour)), rounded(qGreen(colour)), rounded(qBlue(colour)));
+                written.setPixel(x, y, colour);
                 if (!colours.contains(colour)) colours.append(colour);
             }
-        if (colours.size() <= 256) coarse = coarse.convertToFormat(QImage::Format_Indexed8, colours);
+        if (colours.size() <= 256) written = written.convertToFormat(QImage::Format_Indexed8, colours);
         QImageWriter writer(file, "png");
         writer.setCompression(100);
-        if (!writer.write(coarse)) throw std::runtime_error("cannot write " + file.toStdString());
+        if (!writer.write(written)) throw std::runtime_error("cannot write " + file.toStdString());
+    }
+    static QSet<QRgb> mostFrequentColours(const QImage& image) {
+        constexpr int kept = 32;
+        QHash<QRgb, int> counts;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x) ++counts[image.pixel(x, y)];
+        QList<QRgb> colours = counts.keys();
+        std::sort(colours.begin(), colours.end(), [&](QRgb one, QRgb other) {
+            return std::pair(counts[one], one) > std::pair(counts[other], other);
+        });
+        if (colours.size() > kept) colours.resize(kept);
+        return {colours.begin(), colours.end()};
     }
 };
 
@@ -122,6 +140,24 @@ INSTANTIATE_TEST_SUITE_P(, Pictures,
                              std::replace(name.begin(), name.end(), '-', '_');
                              return name;
                          });
+
+// --- those of the documentation, which this suite draws as well
+
+using PicturesOfDocs = UiFixture;
+
+TEST_F(PicturesOfDocs, HaveTheColoursOfTheTheme) {
+    for (const bool dark : {false, true}) {
+        theme().setProperty("dark", dark);
+        const QString file = QStringLiteral(MURMELO_PICTURES_OF_DOCS "/panel-idle-%1-2x.png");
+        const QImage picture(file.arg(dark ? QStringLiteral("dark") : QStringLiteral("light")));
+        ASSERT_FALSE(picture.isNull());
+        const auto colour = [this](const char* name) { return theme().property(name).value<QColor>(); };
+        EXPECT_EQ(picture.pixelColor(4, 4), colour("window"));
+        openPanel();
+        const QPointF fill = item("micMeter").mapToScene({20, 2}) * 2;
+        EXPECT_EQ(picture.pixelColor(fill.toPoint()), colour("green"));
+    }
+}
 
 // --- the panel
 
