@@ -23,8 +23,8 @@ class Face {
     /// For the state, which is made after it and goes before it.
     Windowing& windowing() { return m_windowing; }
 
-    /// Puts the icon into the tray, and opens the panel as an ordinary window where there is no tray, after the
-    /// first-run window has closed. Once. State and clock last until forgetState.
+    /// Puts the icon into the tray, and opens the panel as an ordinary window where there is no tray, after
+    /// the first-run window has closed. Once. State and clock last until forgetState.
     void show(AppState& state, const TimedQueue& clock);
     /// The user has asked for the program, but not by a click on the icon.
     void openPanel();

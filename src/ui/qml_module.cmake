@@ -1,6 +1,6 @@
 # The QML of the room ui as the module Murmelo.Ui, compiled into the library with its icons.
 set(qml_types
-    BaseButton ButtonText Card ElapsedText FocusRing InputCard Label LastRecordingCard LinkButton MenuPanel MeterBar MicList
+    BaseButton ButtonText Card ElapsedText FocusRing InputCard Label LastRecordingCard LinkButton MenuBackground MenuPanel MeterBar MicList
     MicPicker OnboardingRow OnboardingView OnboardingWindow PanelBackground ProminentButton PushButton RecordCard SmallSwitch
     Spinner Symbol Theme ThinScrollIndicator TranscribeCard)
 list(TRANSFORM qml_types REPLACE "(.+)" "ui/qml/\\1.qml" OUTPUT_VARIABLE qml_files)

@@ -30,6 +30,7 @@ LIBRARIES = {
     "PocketSphinx": (("${POCKETSPHINX_LIBRARIES}",), ("pocketsphinx", "sphinxbase/")),
     "Qt": (("Qt6::", "${QT_"), ("Q",)),
     "SpeexDSP": (("PkgConfig::SPEEXDSP",), ("speex/",)),
+    "Xlib": (("X11::X11",), ("X11/",)),
 }
 NO_LIBRARIES = ("murmelo_options", "${CMAKE_DL_LIBS}")
 COMMANDS = ("murmelo_library", "murmelo_executable", "add_library", "target_link_libraries")

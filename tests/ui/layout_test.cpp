@@ -107,7 +107,7 @@ TEST_F(Fonts, OfThePanel) {
         {"Quick on-device transcript", 11, QFont::Normal},
         {"Saved · 12:34", 11, QFont::Normal},
         {"transcriptButton", 12, QFont::Normal},
-        {"finderButton", 12, QFont::Normal},
+        {"folderButton", 12, QFont::Normal},
         {"statusLine", 11, QFont::Normal},
         {"permissionsButton", 12, QFont::Normal},
         {"quitButton", 12, QFont::Normal},
@@ -216,7 +216,7 @@ TEST_F(Places, WhatStandsAtTheEndOfACardOrOfTheFooterEndsInOneLine) {
         EXPECT_EQ(end(place("micPicker")), 298);
         EXPECT_EQ(end(place("micMeter")), 298);
         EXPECT_EQ(end(place(*item("transcriptSwitch").findChild<QQuickItem*>("switchTrack"))), 298);
-        EXPECT_EQ(end(placeOfTextIn("finderButton")), 298);
+        EXPECT_EQ(end(placeOfTextIn("folderButton")), 298);
         EXPECT_EQ(end(placeOfTextIn("quitButton")), 298);
         closePanel();
     }
@@ -281,8 +281,8 @@ TEST_F(Gaps, InsideTheCards) {
     EXPECT_EQ(bottom("inputCard") - bottom("outputMeter"), 10);
     EXPECT_EQ(top("transcriptSwitch") - top("transcribeCard"), 10);
     EXPECT_EQ(bottom("transcribeCard") - bottom("Quick on-device transcript"), 10);
-    EXPECT_EQ(top("finderButton") - top("lastRecordingCard"), 10);
-    EXPECT_EQ(bottom("lastRecordingCard") - bottom("finderButton"), 10);
+    EXPECT_EQ(top("folderButton") - top("lastRecordingCard"), 10);
+    EXPECT_EQ(bottom("lastRecordingCard") - bottom("folderButton"), 10);
     expectBelow({
         {"Input", "micRow", 10},
         {"micRow", "micMeter", 4},
@@ -292,7 +292,7 @@ TEST_F(Gaps, InsideTheCards) {
     });
     expectBeside({
         {"savedSymbol", "lastRecordingText", 8},
-        {"transcriptButton", "finderButton", 8},
+        {"transcriptButton", "folderButton", 8},
     });
 }
 

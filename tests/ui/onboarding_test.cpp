@@ -171,7 +171,7 @@ TEST_F(Onboarding, ReturnPressesDone) {
         openOnboarding();
         m_journal.clear();
         press(key);
-        EXPECT_THAT(calls(), ElementsAre("store onboarded=true", "policy accessory"));
+        EXPECT_THAT(calls(), ElementsAre("store onboarded=true", "tray only"));
     }
 }
 

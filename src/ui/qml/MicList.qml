@@ -84,26 +84,5 @@ Popup {
         ScrollIndicator.vertical: ThinScrollIndicator { }
         delegate: root.delegate
     }
-    background: Rectangle {
-        id: menu
-        radius: 6
-        color: Theme.menu
-        border.width: 1
-        border.color: Theme.controlOutline
-        // The software renderer has no blur: each layer is a little larger and makes what it covers a little darker.
-        Repeater {
-            model: 6
-            Rectangle {
-                required property int index
-
-                z: -1
-                anchors.fill: parent
-                anchors.margins: -index
-                anchors.topMargin: 2 - index
-                anchors.bottomMargin: -2 - index
-                radius: menu.radius + index
-                color: Theme.shadow
-            }
-        }
-    }
+    background: MenuBackground { }
 }
