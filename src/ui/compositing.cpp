@@ -5,10 +5,8 @@
 #include <string>
 
 bool isComposited() {
-    const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    Display* const display =
-        x11 != nullptr ? x11->display() : nullptr; // off the screen there may be no display
-    if (display == nullptr) return true;
+    if (QGuiApplication::platformName() != QLatin1String("xcb")) return true;
+    Display* const display = qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->display();
     // Extended Window Manager Hints: who blends the windows of a screen owns this selection.
     const std::string name = "_NET_WM_CM_S" + std::to_string(DefaultScreen(display));
     return XGetSelectionOwner(display, XInternAtom(display, name.c_str(), False)) != None;
