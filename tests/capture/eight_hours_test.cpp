@@ -15,8 +15,10 @@
 #include <malloc.h>
 #include <map>
 #include <random>
+
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#include <sanitizer/allocator_interface.h>
+/// Of the sanitizers' common run-time library, for which GCC brings no header.
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
 namespace {
